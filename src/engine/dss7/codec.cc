@@ -1,0 +1,42 @@
+#include "engine/dss7/codec.h"
+
+#include <algorithm>
+
+namespace varnock::engine::dss7 {
+
+void StoreBytes(std::string_view bytes, std::span<int64_t> words) {
+  const size_t nwords = static_cast<size_t>(WordsForBytes(static_cast<int64_t>(bytes.size())));
+  for (size_t w = 0; w < nwords && w < words.size(); ++w) {
+    uint64_t v = 0;
+    for (size_t b = 0; b < 8; ++b) {
+      const size_t k = w * 8 + b;
+      if (k < bytes.size()) v |= static_cast<uint64_t>(static_cast<uint8_t>(bytes[k])) << (8 * b);
+    }
+    words[w] = static_cast<int64_t>(v);
+  }
+}
+
+std::string LoadBytes(std::span<const int64_t> words, size_t n) {
+  n = std::min(n, words.size() * 8);
+  std::string out(n, '\0');
+  for (size_t k = 0; k < n; ++k)
+    out[k] = static_cast<char>(ByteAt(words, k));
+  return out;
+}
+
+void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words) {
+  const size_t n = values.size();
+  for (size_t w = 0; w * 2 < n && w < words.size(); ++w) {
+    const int32_t lo = values[2 * w];
+    const int32_t hi = 2 * w + 1 < n ? values[2 * w + 1] : 0;
+    words[w] = PackPair(lo, hi);
+  }
+}
+
+void UnpackInt32s(std::span<const int64_t> words, std::span<int32_t> values) {
+  for (size_t i = 0; i < values.size() && i / 2 < words.size(); ++i) {
+    values[i] = (i % 2 == 0) ? PairFirst(words[i / 2]) : PairSecond(words[i / 2]);
+  }
+}
+
+}  // namespace varnock::engine::dss7
