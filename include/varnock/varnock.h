@@ -1,0 +1,13 @@
+// Varnock: an object model for hydrologic data kept in HEC-DSS files.
+#ifndef VARNOCK_VARNOCK_H_
+#define VARNOCK_VARNOCK_H_
+
+#include "varnock/date.h"
+#include "varnock/dictionary.h"
+#include "varnock/error.h"
+#include "varnock/heclib.h"
+#include "varnock/object.h"
+#include "varnock/pathname.h"
+#include "varnock/variant.h"
+
+#endif  // VARNOCK_VARNOCK_H_

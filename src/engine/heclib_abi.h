@@ -1,0 +1,53 @@
+// The C ABI of libvarnockdss.so: HECLIB's routines under their upper-case names with a trailing
+// underscore. Numbers and arrays are passed by address; every character argument is a pointer
+// immediately followed by its length in bytes (a 32-bit integer by value). Character outputs are
+// blank-padded to the given length. No routine reads or writes past a given length, and none
+// throws or aborts: failures come back as the routine's status.
+#ifndef VARNOCK_ENGINE_HECLIB_ABI_H_
+#define VARNOCK_ENGINE_HECLIB_ABI_H_
+
+#include <cstdint>
+
+#if defined(VARNOCK_ENGINE_BUILD)
+#define VARNOCK_HECLIB_API extern "C" __attribute__((visibility("default")))
+#else
+#define VARNOCK_HECLIB_API extern "C"
+#endif
+
+// Fortran units and message output.
+VARNOCK_HECLIB_API int32_t FORTRANOPEN_(const char* name, int32_t name_len, const int32_t* unit);
+VARNOCK_HECLIB_API int32_t FORTRANCLOSE_(const int32_t* unit);
+VARNOCK_HECLIB_API void closedssoutput_();
+
+// Options and inquiries.
+VARNOCK_HECLIB_API void ZSET_(const char* keyword, int32_t keyword_len, const char* text,
+                              int32_t text_len, const int32_t* number);
+VARNOCK_HECLIB_API void ZINQIR_(int32_t* ifltab, const char* keyword, int32_t keyword_len,
+                                char* text, int32_t text_len, int32_t* number);
+
+// Files.
+VARNOCK_HECLIB_API void ZOPEN_(int32_t* ifltab, const char* name, int32_t name_len,
+                               int32_t* status);
+VARNOCK_HECLIB_API void ZCLOSE_(int32_t* ifltab);
+VARNOCK_HECLIB_API void ZFVER_(const char* name, int32_t name_len, char* version,
+                               int32_t version_len, int32_t* version_number);
+
+// Dates.
+VARNOCK_HECLIB_API void DATJUL_(const char* date, int32_t date_len, int32_t* julian,
+                                int32_t* error);
+VARNOCK_HECLIB_API void JULDAT_(const int32_t* julian, const int32_t* style, char* date,
+                                int32_t date_len, int32_t* text_len);
+VARNOCK_HECLIB_API void DATCLL_(const int32_t* julian_in, const int32_t* minutes_in,
+                                int32_t* julian_out, int32_t* minutes_out);
+
+// Pathnames.
+VARNOCK_HECLIB_API void ZUPATH_(const char* path, int32_t path_len, int32_t* part_begin,
+                                int32_t* part_end, int32_t* part_len, int32_t* status);
+VARNOCK_HECLIB_API void ZCHKPN_(char* path, int32_t path_len, const int32_t* check_len,
+                                int32_t* status);
+VARNOCK_HECLIB_API void ZGPNP_(const char* line, int32_t line_len, char* a, int32_t a_len, char* b,
+                               int32_t b_len, char* c, int32_t c_len, char* d, int32_t d_len,
+                               char* e, int32_t e_len, char* f, int32_t f_len,
+                               int32_t* part_lengths);
+
+#endif  // VARNOCK_ENGINE_HECLIB_ABI_H_
