@@ -40,7 +40,7 @@ int main() {
     std::printf("end of day        : julian %d + 1440 min = %s\n", julian,
                 HecTimeToDate(julian, 1440).ToString().c_str());
     try {
-      hecDatJul("31st of Smarch");
+      hecDatJul("07.03.2001");
     } catch (const AutomationError& error) {
       std::printf("bad date          : error %d from %s: %s\n", error.Number(),
                   error.Source().c_str(), error.Description().c_str());

@@ -70,8 +70,8 @@ std::string Pathname::Name() const {
 }
 
 void Pathname::Name(const std::string& value) {
-  const std::string field = FitField(UpperCase(value.substr(0, kPathnameWidth)), kPathnameWidth);
-  const PathnameParts parsed = hecZupath(field);
+  // hecZupath fits the text into HECLIB's 80-column field itself.
+  const PathnameParts parsed = hecZupath(UpperCase(value.substr(0, kPathnameWidth)));
   std::copy(parsed.parts.begin(), parsed.parts.end(), parts_);
   interval_ = 0;
 }
