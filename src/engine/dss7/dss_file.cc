@@ -1,0 +1,513 @@
+#include "engine/dss7/dss_file.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "engine/dss7/codec.h"
+#include "engine/dss7/dss_file_internal.h"
+#include "engine/dss7/hash.h"
+#include "engine/dss7/posix_file_io.h"
+
+namespace varnock::engine::dss7 {
+namespace {
+
+constexpr int kMaxAliasHops = 64;
+constexpr int64_t kMaxLockArray = 100;
+
+int64_t SystemMillis() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+int LetterValue(char c) {
+  if (c >= 'A' && c <= 'Z') return c - 'A' + 1;
+  if (c >= 'a' && c <= 'z') return c - 'a' + 27;
+  if (c >= '0' && c <= '9') return c - '0';
+  return 0;
+}
+
+}  // namespace
+
+DssFile::DssFile(std::unique_ptr<FileIO> io, const FileOptions& options)
+    : io_(std::move(io)), options_(options) {}
+
+DssFile::~DssFile() {
+  (void)Close();
+}
+
+int64_t DssFile::Now() const {
+  return options_.clock ? options_.clock() : SystemMillis();
+}
+
+void DssFile::ChooseSizes(int64_t n, int64_t* table, int64_t* bin) {
+  *table = create::kDefaultHashTableSize;
+  *bin = create::kDefaultBinSize;
+  if (n > 1000000) {
+    *table = 64000;
+    *bin = 300;
+  } else if (n > 500000) {
+    *table = 32768;
+    *bin = 300;
+  } else if (n > 100000) {
+    *table = 16348;  // sic: HEC's value
+  } else if (n > 10000 && n <= 50000) {
+    *bin = 150;
+  }
+}
+
+Status DssFile::ProbeVersion(FileIO& io, VersionInfo* out) {
+  *out = {};
+  int64_t size = 0;
+  Status s = io.SizeBytes(&size);
+  if (s != Status::kOk) return s;
+  if (size < 3 * kWordBytes) return Status::kNotDssFile;
+  std::array<int64_t, 3> lead{};
+  s = io.ReadWords(0, lead);
+  if (s != Status::kOk) return s;
+  if (LoadBytes(std::span(lead).first(1), 4) != "ZDSS") return Status::kNotDssFile;
+  out->text = LoadBytes(std::span(lead).subspan(kVersionByte / 8, 1), 4);
+  const char digit = out->text[0];
+  out->major = (digit >= '0' && digit <= '9') ? digit - '0' : -1;
+  if (out->major == 7 && out->text[1] == '-') {
+    out->full = 10000 * 7 + 100 * LetterValue(out->text[2]) + LetterValue(out->text[3]);
+  }
+  return Status::kOk;
+}
+
+VersionInfo DssFile::version() const {
+  VersionInfo v;
+  v.text = LoadBytes(std::span(header_).subspan(hdr::kVersion, 1), 4);
+  v.major = 7;
+  v.full = 70000 + 100 * LetterValue(v.text[2]) + LetterValue(v.text[3]);
+  return v;
+}
+
+Status DssFile::CheckGeometry() const {
+  const auto& h = header_;
+  const int64_t phys = physical_words_;
+  if (LoadBytes(std::span(h).first(1), 4) != "ZDSS") return Status::kNotDssFile;
+  if (static_cast<char>(h[hdr::kVersion] & 0xff) != '7') return Status::kIncompatibleVersion;
+  if (h[hdr::kEndHeader] != kEndHeaderMarker) return Status::kInvalidHeader;
+  if (h[hdr::kHeaderSize] < hdr::kWords) return Status::kInvalidHeader;
+  const int64_t bin_size = h[hdr::kBinSize];
+  const int64_t per_block = h[hdr::kBinsPerBlock];
+  const int64_t table = h[hdr::kHashTableSize];
+  if (bin_size < kMinBinSizeRead || bin_size > kMaxBinSizeRead) return Status::kInvalidHeader;
+  if (per_block < 1 || per_block > kMaxBinsPerBlockRead) return Status::kInvalidHeader;
+  if (table < 2 || table > kMaxHashTableSizeRead) return Status::kInvalidHeader;
+  const int64_t table_at = h[hdr::kHashTableAddress];
+  if (table_at < hdr::kWords || table_at > phys - table) return Status::kInvalidHeader;
+  const int64_t first_bin = h[hdr::kFirstBinAddress];
+  if (first_bin < hdr::kWords || first_bin > phys - (per_block * bin_size + 1)) {
+    return Status::kInvalidHeader;
+  }
+  if (h[hdr::kFileSize] < hdr::kWords) return Status::kInvalidHeader;
+  return Status::kOk;
+}
+
+Status DssFile::LoadHeader() {
+  HeaderWords fresh{};
+  Status s = io_->ReadWords(0, fresh);
+  if (s != Status::kOk) return s == Status::kReadError ? Status::kInvalidHeader : s;
+  s = io_->SizeWords(&physical_words_);
+  if (s != Status::kOk) return s;
+  if (fresh != header_ || stale_) hash_table_loaded_ = false;
+  header_ = fresh;
+  s = CheckGeometry();
+  if (s != Status::kOk) return s;
+  stale_ = false;
+  return Status::kOk;
+}
+
+Status DssFile::Refresh() {
+  if (!open_) return Status::kNotOpen;
+  return LoadHeader();
+}
+
+Status DssFile::OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
+                       std::unique_ptr<DssFile>* out) {
+  return NoThrow([&]() -> Status {
+    out->reset();
+    if (!io) return Status::kInvalidArgument;
+    VersionInfo v;
+    Status s = ProbeVersion(*io, &v);
+    if (s != Status::kOk) return s;
+    if (v.major == 5 || v.major == 6 || v.major == 8) return Status::kIncompatibleVersion;
+    if (v.major != 7) return Status::kInvalidHeader;
+    std::unique_ptr<DssFile> file(new DssFile(std::move(io), options));
+    s = file->LoadHeader();
+    if (s != Status::kOk) return s;
+    file->read_only_ = options.read_only || file->io_->ReadOnly();
+    file->open_ = true;
+    (void)file->TakeReadSlot();
+    if (options.exclusive) {
+      const int64_t arr = file->header_[hdr::kReadLockArrayAddress];
+      const int64_t n = std::clamp<int64_t>(file->header_[hdr::kLockArraySize], 0, kMaxLockArray);
+      for (int64_t i = 0; arr > 0 && i < n; ++i) {
+        bool held = false;
+        if (file->io_->TestWords(arr + i, 1, &held) == Status::kOk && held) {
+          return Status::kExclusiveLocked;
+        }
+      }
+      s = file->io_->LockWords(file->header_[hdr::kLockWordsAddress], 2);
+      if (s != Status::kOk) return s == Status::kLockBusy ? Status::kExclusiveLocked : s;
+      file->exclusive_held_ = true;
+    }
+    *out = std::move(file);
+    return Status::kOk;
+  });
+}
+
+Status DssFile::Open(const std::string& path, const FileOptions& options,
+                     std::unique_ptr<DssFile>* out) {
+  std::unique_ptr<PosixFileIO> io;
+  const auto mode =
+      options.read_only ? PosixFileIO::Mode::kReadOnly : PosixFileIO::Mode::kReadWriteOrReadOnly;
+  const Status s = PosixFileIO::Open(path, mode, &io);
+  if (s != Status::kOk) return s;
+  return OpenIO(std::move(io), options, out);
+}
+
+Status DssFile::Create(const std::string& path, const CreateOptions& create,
+                       const FileOptions& options, std::unique_ptr<DssFile>* out) {
+  std::unique_ptr<PosixFileIO> io;
+  const Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
+  if (s != Status::kOk) return s;
+  return CreateIO(std::move(io), create, options, out);
+}
+
+Status DssFile::OpenOrCreate(const std::string& path, const CreateOptions& create,
+                             const FileOptions& options, std::unique_ptr<DssFile>* out,
+                             bool* created) {
+  *created = false;
+  std::unique_ptr<PosixFileIO> io;
+  Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kReadWriteOrReadOnly, &io);
+  if (s == Status::kOpenFailed) {
+    s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
+  }
+  if (s != Status::kOk) return s;
+  int64_t size = 0;
+  s = io->SizeBytes(&size);
+  if (s != Status::kOk) return s;
+  if (size == 0) {
+    if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
+    *created = true;
+    return CreateIO(std::move(io), create, options, out);
+  }
+  return OpenIO(std::move(io), options, out);
+}
+
+Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                         const FileOptions& options, std::unique_ptr<DssFile>* out) {
+  return NoThrow([&]() -> Status {
+    out->reset();
+    if (!io) return Status::kInvalidArgument;
+    if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
+    int64_t size = 0;
+    Status s = io->SizeBytes(&size);
+    if (s != Status::kOk) return s;
+    if (size != 0) return Status::kExists;
+    int64_t table = 0, bin_size = 0;
+    ChooseSizes(create.expected_paths, &table, &bin_size);
+    if (create.hash_table_size != 0) table = create.hash_table_size;
+    if (create.bin_size != 0) bin_size = create.bin_size;
+    if (table < 2 || table > create::kMaxHashTableSize || bin_size < kMinBinSizeRead ||
+        bin_size > create::kMaxBinSize || create.expected_paths < 0) {
+      return Status::kInvalidArgument;
+    }
+    std::unique_ptr<DssFile> file(new DssFile(std::move(io), options));
+    const int64_t now = file->Now();
+    HeaderWords& h = file->header_;
+    h.fill(0);
+    StoreBytes("ZDSS", std::span(h).subspan(hdr::kMagic, 1));
+    StoreBytes(std::string_view(create::kVersionString, 4), std::span(h).subspan(hdr::kVersion, 1));
+    h[hdr::kHeaderSize] = hdr::kWords;
+    h[hdr::kCreateTime] = now;
+    h[hdr::kLastWriteTime] = now;
+    h[hdr::kHashTableSize] = table;
+    h[hdr::kBinsPerBlock] = create::kBinsPerBlock;
+    h[hdr::kBinSize] = bin_size;
+    h[hdr::kReclaimMin] = create::kReclaimMin;
+    h[hdr::kReclaimMaxTables] = create::kReclaimMaxTables;
+    h[hdr::kReclaimPairsPerTable] = create::kReclaimPairs;
+    h[hdr::kReclaimTableSize] = create::kReclaimTableWords;
+    h[hdr::kExpectedPaths] = create.expected_paths;
+    h[hdr::kEndHeader] = kEndHeaderMarker;
+    // Areas in HEC's order, each taken from the end.
+    int64_t next = hdr::kWords;
+    auto take = [&next](int64_t words) {
+      const int64_t at = next;
+      next += words;
+      return at;
+    };
+    h[hdr::kLockWordsAddress] = take(create::kLockWords);
+    h[hdr::kLockArraySize] = create::kLockArraySize;
+    h[hdr::kWriteLockArrayAddress] = take(create::kLockArraySize);
+    h[hdr::kReadLockArrayAddress] = take(create::kLockArraySize);
+    h[hdr::kPidArrayAddress] = take(create::kLockArraySize);
+    h[hdr::kHashTableAddress] = take(table);
+    h[hdr::kReclaimTableAddress] = take(create::kReclaimTableWords);
+    h[hdr::kReclaimCurrentTable] = h[hdr::kReclaimTableAddress];
+    h[hdr::kFirstBinAddress] = take(create::kBinsPerBlock * bin_size + 1);
+    h[hdr::kNextBinAddress] = h[hdr::kFirstBinAddress];
+    h[hdr::kBinsLeftInBlock] = create::kBinsPerBlock;
+    h[hdr::kFileSize] = next;
+    // Body first, header last: a file cut short is not taken for a DSS file.
+    std::vector<int64_t> body(static_cast<size_t>(next + 1 - hdr::kWords), 0);
+    body.back() = kEndFileMarker;
+    s = file->io_->WriteWords(hdr::kWords, body);
+    if (s == Status::kOk) s = file->io_->WriteWords(0, h);
+    if (s == Status::kOk) s = file->io_->Sync();
+    if (s != Status::kOk) return s;
+    file->physical_words_ = next + 1;
+    file->open_ = true;
+    (void)file->TakeReadSlot();
+    *out = std::move(file);
+    return Status::kOk;
+  });
+}
+
+Status DssFile::Close() {
+  if (!open_) return Status::kOk;
+  open_ = false;
+  const int64_t arr_r = header_[hdr::kReadLockArrayAddress];
+  const int64_t arr_w = header_[hdr::kWriteLockArrayAddress];
+  if (read_slot_ >= 0) (void)io_->UnlockWords(arr_r + read_slot_, 1);
+  if (write_slot_ >= 0) (void)io_->UnlockWords(arr_w + write_slot_, 1);
+  if (exclusive_held_) (void)io_->UnlockWords(header_[hdr::kLockWordsAddress], 2);
+  read_slot_ = write_slot_ = -1;
+  exclusive_held_ = false;
+  io_.reset();
+  return Status::kOk;
+}
+
+Status DssFile::TakeReadSlot() {
+  const int64_t arr = header_[hdr::kReadLockArrayAddress];
+  const int64_t n = std::clamp<int64_t>(header_[hdr::kLockArraySize], 0, kMaxLockArray);
+  for (int64_t i = 0; arr > 0 && i < n; ++i) {
+    const Status s = io_->LockWords(arr + i, 1);
+    if (s == Status::kOk) {
+      read_slot_ = static_cast<int>(i);
+      return s;
+    }
+    if (s != Status::kLockBusy) return s;  // e.g. a read-only descriptor: HEC goes on too
+  }
+  return Status::kLockBusy;
+}
+
+Status DssFile::BeginWrite() {
+  if (!open_) return Status::kNotOpen;
+  if (read_only_) return Status::kReadOnly;
+  const int64_t lock_word = header_[hdr::kLockWordsAddress];
+  if (write_slot_ < 0) {
+    const int64_t arr = header_[hdr::kWriteLockArrayAddress];
+    const int64_t n = std::clamp<int64_t>(header_[hdr::kLockArraySize], 0, kMaxLockArray);
+    for (int64_t i = 0; arr > 0 && i < n; ++i) {
+      const Status s = io_->LockWords(arr + i, 1);
+      if (s == Status::kOk) write_slot_ = static_cast<int>(i);
+      if (s != Status::kLockBusy) break;
+    }
+  }
+  if (!exclusive_held_) {
+    bool held = false;
+    Status s = io_->TestWords(lock_word + 1, 1, &held);
+    if (s != Status::kOk) return s;
+    if (held) return Status::kExclusiveLocked;
+    for (int attempt = 0;; ++attempt) {
+      s = io_->LockWords(lock_word, 1);
+      if (s == Status::kOk) break;
+      if (s != Status::kLockBusy) return s;
+      if (attempt + 1 >= options_.lock_attempts) return Status::kLockBusy;
+      std::this_thread::sleep_for(std::chrono::milliseconds(options_.lock_wait_ms));
+    }
+  }
+  in_write_ = true;
+  // Another process may have written since we last looked.
+  const Status s = LoadHeader();
+  if (s != Status::kOk) return EndWrite(s);
+  return Status::kOk;
+}
+
+Status DssFile::EndWrite(Status status) {
+  if (!in_write_) return status;
+  if (status == Status::kOk) status = io_->Sync();
+  if (status != Status::kOk) stale_ = true;
+  if (!exclusive_held_) (void)io_->UnlockWords(header_[hdr::kLockWordsAddress], 1);
+  in_write_ = false;
+  return status;
+}
+
+Status DssFile::WriteHeader() {
+  return io_->WriteWords(0, header_);
+}
+
+Status DssFile::EnsureHashTable() {
+  if (hash_table_loaded_) return Status::kOk;
+  const int64_t n = header_[hdr::kHashTableSize];
+  hash_table_.assign(static_cast<size_t>(n), 0);
+  const Status s = io_->ReadWords(header_[hdr::kHashTableAddress], hash_table_);
+  if (s != Status::kOk) return s;
+  hash_table_loaded_ = true;
+  return Status::kOk;
+}
+
+Status DssFile::ReadHashTable(std::vector<int64_t>* out) {
+  if (!open_) return Status::kNotOpen;
+  return NoThrow([&] {
+    const Status s = EnsureHashTable();
+    if (s == Status::kOk) *out = hash_table_;
+    return s;
+  });
+}
+
+Status DssFile::ReadBin(int64_t address, std::span<int64_t> out) {
+  const auto n = static_cast<int64_t>(out.size());
+  if (address < hdr::kWords || address > physical_words_ - n) return Status::kDamaged;
+  return io_->ReadWords(address, out);
+}
+
+Status DssFile::ReadInfoAt(int64_t address, InfoBlock* out) {
+  if (!open_) return Status::kNotOpen;
+  if (address < hdr::kWords || address > physical_words_ - info::kFixedWords) {
+    return Status::kDamaged;
+  }
+  std::array<int64_t, info::kFixedWords + WordsForBytes(kLookupPathBytes)> words{};
+  const int64_t n =
+      std::min<int64_t>(static_cast<int64_t>(words.size()), physical_words_ - address);
+  const auto span = std::span(words).first(static_cast<size_t>(n));
+  Status s = io_->ReadWords(address, span);
+  if (s != Status::kOk) return s;
+  out->address = address;
+  s = DecodeInfoBlock(span, out);
+  if (s != Status::kOk) return s;
+  if (out->Words() > n) return Status::kDamaged;
+  return Status::kOk;
+}
+
+Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
+  bool via_alias = false;
+  for (int hop = 0; hop < kMaxAliasHops; ++hop) {
+    if (address < hdr::kWords || address > physical_words_ - bin::kFixedWords) {
+      return Status::kDamaged;
+    }
+    std::array<int64_t, bin::kFixedWords> head{};
+    Status s = io_->ReadWords(address, head);
+    if (s != Status::kOk) return s;
+    if (head[info::kFlag] == kInfoFlag) {
+      s = ReadInfoAt(address, out);
+      if (s != Status::kOk) return s;
+      if (!via_alias && out->bin_hash != hash) return Status::kPathMismatch;
+      return Status::kOk;
+    }
+    if (head[bin::kStatus] != entry_status::kAlias) return Status::kDamaged;
+    via_alias = true;
+    address = head[bin::kInfoAddress];
+  }
+  return Status::kDamaged;
+}
+
+Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
+  *probe = {};
+  if (path.size() > static_cast<size_t>(kLookupPathBytes)) path = path.substr(0, kLookupPathBytes);
+  Status s = EnsureHashTable();
+  if (s != Status::kOk) return s;
+  const int64_t bin_size = header_[hdr::kBinSize];
+  probe->bin_hash = BinHash(path);
+  probe->table_hash = TableHash(path, header_[hdr::kHashTableSize]);
+  probe->chain_head = hash_table_[static_cast<size_t>(probe->table_hash)];
+  scratch_.resize(static_cast<size_t>(bin_size));
+  const int64_t max_bins = physical_words_ / bin_size + 1;
+  int64_t address = probe->chain_head;
+  for (int64_t visited = 0; address != 0; ++visited) {
+    if (visited > max_bins) return Status::kDamaged;  // a cycle
+    s = ReadBin(address, scratch_);
+    if (s != Status::kOk) return s;
+    probe->last_bin = address;
+    const std::span<const int64_t> bin(scratch_);
+    BinEntry e;
+    for (int64_t j = 0; DecodeBinEntry(bin, j, &e) == EntryScan::kEntry; j += e.Words()) {
+      if (e.hash != probe->bin_hash || e.path_bytes != static_cast<int32_t>(path.size())) {
+        ++probe->entries_passed;
+        continue;
+      }
+      if (!BinEntryPathIs(bin, j, e, path)) {
+        probe->collision = true;
+        ++probe->entries_passed;
+        continue;
+      }
+      const bool wanted = (want == Want::kLive && entry_status::IsLive(e.status)) ||
+                          (want == Want::kDeleted && e.status == entry_status::kDeleted) ||
+                          (want == Want::kRenamed && e.status == entry_status::kRenamed);
+      if (wanted) {
+        InfoBlock info;
+        Status r = Status::kOk;
+        if (want != Want::kRenamed) {
+          r = ResolveInfo(e.info_address, e.status == entry_status::kAlias ? 0 : probe->bin_hash,
+                          &info);
+        }
+        if (r == Status::kOk) {
+          probe->found = true;
+          probe->entry_bin = address;
+          probe->entry_offset = j;
+          probe->entry = e;
+          probe->info = std::move(info);
+          return Status::kOk;
+        }
+        // Space reused or damaged: HEC treats it as absent and so do we; a later entry of the
+        // chain may still be the live one.
+      }
+      ++probe->entries_passed;
+    }
+    address = bin[static_cast<size_t>(bin_size - 1)];
+  }
+  return Status::kNotFound;
+}
+
+Status DssFile::Lookup(std::string_view path, InfoBlock* info) {
+  if (!open_) return Status::kNotOpen;
+  return NoThrow([&]() -> Status {
+    if (stale_) {
+      const Status s = LoadHeader();
+      if (s != Status::kOk) return s;
+    }
+    Probe probe;
+    const Status s = FindEntry(path, Want::kLive, &probe);
+    if (s == Status::kOk) *info = std::move(probe.info);
+    return s;
+  });
+}
+
+bool DssFile::Exists(std::string_view path) {
+  InfoBlock info;
+  return Lookup(path, &info) == Status::kOk;
+}
+
+Status DssFile::ReadAreas(const InfoBlock& info, Record* out) {
+  Status s = CheckInfoBlock(info, physical_words_);
+  if (s != Status::kOk) return s;
+  for (int a = 0; a < kAreaCount; ++a) {
+    auto& v = out->areas[a];
+    v.assign(static_cast<size_t>(info.area_length[a]), 0);
+    s = io_->ReadInt32s(info.area_address[a], v);
+    if (s != Status::kOk) return s;
+  }
+  out->info = info;
+  return Status::kOk;
+}
+
+Status DssFile::ReadRecord(std::string_view path, Record* out) {
+  if (!open_) return Status::kNotOpen;
+  return NoThrow([&]() -> Status {
+    if (stale_) {
+      const Status s = LoadHeader();
+      if (s != Status::kOk) return s;
+    }
+    Probe probe;
+    const Status s = FindEntry(path, Want::kLive, &probe);
+    if (s != Status::kOk) return s;
+    return ReadAreas(probe.info, out);
+  });
+}
+
+}  // namespace varnock::engine::dss7

@@ -1,0 +1,191 @@
+// A DSS version 7 file: open, create, look up, read, write, rewrite, delete, undelete, rename,
+// copy and catalog records. Never throws; every operation returns a Status.
+//
+// Write ordering (every write operation): a failure at any I/O step must leave every record
+// that was in the file before readable. So each operation runs in this order:
+//   1. data: areas taken from the end of the file (new bin block, record area, end marker) in
+//      one write past the old end; contents of fresh bins the header has not yet handed out;
+//      for an in-place rewrite, the arrays and then the info block;
+//   2. header: claims the space and updates the counters;
+//   3. link: the hash-table entry, overflow link, bin entry or bin pointer that makes the
+//      new data reachable;
+//   4. retire: superseded info blocks and bin entries are marked moved/renamed/deleted, so a
+//      squeeze never revives them;
+//   5. sync.
+// An interrupted operation can leave unreachable space or a counter off by one, never a
+// reachable pointer to space that a later append would overwrite.
+#ifndef VARNOCK_ENGINE_DSS7_DSS_FILE_H_
+#define VARNOCK_ENGINE_DSS7_DSS_FILE_H_
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/dss7/file_io.h"
+#include "engine/dss7/layout.h"
+#include "engine/dss7/records.h"
+#include "engine/dss7/status.h"
+
+namespace varnock::engine::dss7 {
+
+using HeaderWords = std::array<int64_t, hdr::kWords>;
+using Clock = std::function<int64_t()>;  // milliseconds since 1970-01-01
+
+struct FileOptions {
+  Clock clock;                      // system clock when empty
+  std::string program = "Varnock";  // stored in the info block of records we write
+  bool read_only = false;           // never write, even when the file allows it
+  bool exclusive = false;           // refuse when others have it open; keep it to ourselves
+  int lock_attempts = 100;          // tries for the write lock ...
+  int lock_wait_ms = 50;            // ... this far apart
+};
+
+struct CreateOptions {
+  int64_t expected_paths = 0;   // picks table and bin sizes as HEC does
+  int64_t hash_table_size = 0;  // 0: from expected_paths; else 2..100000
+  int64_t bin_size = 0;         // 0: from expected_paths; else 30..400
+};
+
+// What HEC would call the file's version, from its first bytes.
+struct VersionInfo {
+  int major = 0;     // 7, 6, 5, 8 ...; 0 when not a DSS file
+  std::string text;  // e.g. "7-JA"
+  int full = 0;      // 10000 * 7 + 100 * X + Y for DSS-7, else 0
+};
+
+struct Record {
+  InfoBlock info;
+  std::array<std::vector<int32_t>, kAreaCount> areas;
+};
+
+// What a writer supplies for one record. Spans must stay valid during the call.
+struct RecordData {
+  int32_t type = 0;
+  std::array<std::span<const int32_t>, kAreaCount> areas{};
+  int64_t allocated = 0;  // int32 room for values 1-3; raised to fit them
+  int64_t data_count = 0;
+  int64_t logical_count = 0;  // dataCount is stored when <= 0
+  DateTime first;             // time series only; 0 for other records
+  DateTime last;
+  std::string_view program;  // empty: FileOptions::program
+};
+
+struct CatalogEntry {
+  std::string path;
+  int32_t type = 0;
+  int64_t status = 0;
+  int64_t entry_address = 0;  // bin address + offset of the entry
+  int64_t info_address = 0;
+  int64_t last_write_ms = 0;
+  int32_t first_julian = 0;
+  int32_t last_julian = 0;
+};
+
+struct CatalogFilter {
+  enum class Which { kLive, kDeleted, kRenamed } which = Which::kLive;
+  int32_t min_type = 0;
+  int32_t max_type = 1 << 30;
+  int64_t changed_since_ms = 0;  // entries written at or after this time; 0 = all
+};
+
+class DssFile {
+ public:
+  static Status Open(const std::string& path, const FileOptions& options,
+                     std::unique_ptr<DssFile>* out);
+  // A new file; kExists when a non-empty file is already there.
+  static Status Create(const std::string& path, const CreateOptions& create,
+                       const FileOptions& options, std::unique_ptr<DssFile>* out);
+  // ZOPEN's rule: a missing or empty file is created, anything else opened.
+  static Status OpenOrCreate(const std::string& path, const CreateOptions& create,
+                             const FileOptions& options, std::unique_ptr<DssFile>* out,
+                             bool* created);
+  static Status OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
+                       std::unique_ptr<DssFile>* out);
+  // `io` must be empty.
+  static Status CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                         const FileOptions& options, std::unique_ptr<DssFile>* out);
+  // Reads only the first bytes: kOk with the version, kNotDssFile, or a read error.
+  static Status ProbeVersion(FileIO& io, VersionInfo* out);
+  static void ChooseSizes(int64_t expected_paths, int64_t* hash_table_size, int64_t* bin_size);
+
+  ~DssFile();
+  DssFile(const DssFile&) = delete;
+  DssFile& operator=(const DssFile&) = delete;
+
+  Status Close();
+  bool read_only() const { return read_only_; }
+  const HeaderWords& header() const { return header_; }
+  VersionInfo version() const;
+  FileIO& io() { return *io_; }
+  // Re-reads the header (and drops caches when another process changed the file).
+  Status Refresh();
+
+  // Live record lookup: kOk with the info block, or kNotFound.
+  Status Lookup(std::string_view path, InfoBlock* info);
+  bool Exists(std::string_view path);
+  Status ReadRecord(std::string_view path, Record* out);
+  Status ReadInfoAt(int64_t address, InfoBlock* out);
+
+  Status WriteNewRecord(std::string_view path, const RecordData& data);  // kExists if live
+  Status Rewrite(std::string_view path, const RecordData& data);         // kNotFound if absent
+  Status Store(std::string_view path, const RecordData& data);           // either
+  Status Delete(std::string_view path);
+  Status Undelete(std::string_view path);  // kExists if a live record has the path
+  Status Rename(std::string_view old_path, std::string_view new_path);
+  // Copies a record as its info block and six areas; `target` may be this file.
+  Status Copy(std::string_view path, DssFile& target, std::string_view target_path);
+
+  Status Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter = {});
+  Status SortedCatalog(std::vector<CatalogEntry>* out);
+
+  // Whole-area reads for checkers.
+  Status ReadHashTable(std::vector<int64_t>* out);
+  int64_t physical_words() const { return physical_words_; }
+
+ private:
+  friend class Writer;
+  struct Probe;
+  enum class Want { kLive, kDeleted, kRenamed };
+  enum class Mode { kNew, kRewrite, kEither };
+  struct CopyMeta;
+
+  DssFile(std::unique_ptr<FileIO> io, const FileOptions& options);
+  int64_t Now() const;
+  Status LoadHeader();
+  Status CheckGeometry() const;
+  Status EnsureHashTable();
+  Status ReadBin(int64_t address, std::span<int64_t> out);
+  Status FindEntry(std::string_view path, Want want, Probe* probe);
+  Status ResolveInfo(int64_t address, int64_t hash, InfoBlock* out);
+  Status ReadAreas(const InfoBlock& info, Record* out);
+  Status DoWrite(std::string_view path, const RecordData& data, Mode mode, const CopyMeta* meta);
+  Status DoRename(std::string_view old_path, std::string_view new_path);
+  Status TakeReadSlot();
+  Status BeginWrite();
+  Status EndWrite(Status status);
+  Status WriteHeader();
+
+  std::unique_ptr<FileIO> io_;
+  FileOptions options_;
+  HeaderWords header_{};
+  int64_t physical_words_ = 0;
+  bool read_only_ = false;
+  bool open_ = false;
+  bool in_write_ = false;
+  bool stale_ = false;  // a write failed: reload everything before the next operation
+  std::vector<int64_t> hash_table_;
+  bool hash_table_loaded_ = false;
+  std::vector<int64_t> scratch_;
+  int read_slot_ = -1;
+  int write_slot_ = -1;
+  bool exclusive_held_ = false;
+};
+
+}  // namespace varnock::engine::dss7
+
+#endif  // VARNOCK_ENGINE_DSS7_DSS_FILE_H_
