@@ -4,6 +4,8 @@
 
 #include <new>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 #include "engine/dss7/dss_file.h"
 
@@ -22,6 +24,52 @@ struct DssFile::Probe {
   int64_t entry_offset = 0;
   BinEntry entry;
   InfoBlock info;  // of a live or deleted match
+};
+
+struct DssFile::CopyMeta {
+  const InfoBlock* source = nullptr;  // identity words carried over from the source record
+  int32_t expansions = 0;
+};
+
+// Where a new bin entry goes and how it is linked in.
+struct Placement {
+  enum class Kind { kHashTable, kOverflow, kInBin } kind = Kind::kInBin;
+  int64_t bin = 0;
+  int64_t offset = 0;
+  int64_t link_address = 0;  // hash-table word or previous bin's link word
+  std::vector<int64_t> entry;
+};
+
+// One write operation's pending changes, written in the order DssFile documents.
+class Writer {
+ public:
+  explicit Writer(DssFile& f);
+  // Takes words from the end of the file; they land in the tail written by WriteData().
+  int64_t Allocate(int64_t words);
+  std::span<int64_t> TailAt(int64_t address, int64_t words);
+  // Places a new entry for `path` after the chain `probe` walked, taking a bin if needed.
+  Status PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std::string_view path,
+                   Placement* out);
+  // Sets the entry's info address and puts it into its fresh bin, if it has one.
+  void FinishEntry(Placement* p, int64_t info_address);
+  Status WriteData();
+  Status WriteLink(const Placement& p);
+  Status WriteWord(int64_t address, int64_t value);
+  // Header statistics for a path newly entered, and for a record's areas.
+  void NoteNewPath(std::string_view path, const DssFile::Probe& probe);
+  void NoteAreaMaxima(const InfoBlock& info);
+  void CountAreas(const InfoBlock& info, int64_t delta);
+
+ private:
+  Status TakeBin(int64_t* bin);
+
+  DssFile& f_;
+  int64_t tail_start_;
+  std::vector<int64_t> tail_;
+  int64_t fresh_bin_ = 0;
+  std::vector<int64_t> fresh_bin_words_;
+  int64_t block_link_at_ = 0;
+  int64_t block_link_value_ = 0;
 };
 
 // Runs an operation, turning allocation failures into a status.
