@@ -79,6 +79,11 @@ bool ReadInteger(std::string_view field, int64_t* value) {
   return true;
 }
 
+// The clock is read only for texts without a year.
+int32_t YearOrNow(const int32_t* current_year) {
+  return current_year != nullptr ? *current_year : CurrentYear();
+}
+
 struct Ymd {
   int64_t year;
   int64_t month;
@@ -86,7 +91,7 @@ struct Ymd {
 };
 
 // Month, separator, day, optional separator and year; separators "/" or "-" in any mix.
-bool ParseNumericForm(std::string_view text, int32_t current_year, Ymd* out) {
+bool ParseNumericForm(std::string_view text, const int32_t* current_year, Ymd* out) {
   const std::size_t first = text.find_first_of("/-");
   const std::string_view rest = text.substr(first + 1);
   const std::size_t second = rest.find_first_of("/-");
@@ -95,7 +100,7 @@ bool ParseNumericForm(std::string_view text, int32_t current_year, Ymd* out) {
   if (!ReadInteger(text.substr(0, first), &out->month)) return false;
   if (!ReadInteger(rest.substr(0, second), &out->day)) return false;
   if (TrimBlanks(year_field).empty()) {
-    out->year = current_year;
+    out->year = YearOrNow(current_year);
   } else if (!ReadInteger(year_field, &out->year)) {
     return false;
   }
@@ -103,14 +108,14 @@ bool ParseNumericForm(std::string_view text, int32_t current_year, Ymd* out) {
 }
 
 // A month name anywhere, the day as the digits left over, the year as 2..4 trailing digits.
-bool ParseMonthNameForm(std::string_view text, int32_t current_year, Ymd* out) {
+bool ParseMonthNameForm(std::string_view text, const int32_t* current_year, Ymd* out) {
   std::size_t year_begin = text.size();
   while (year_begin > 0 && IsDigit(text[year_begin - 1]))
     --year_begin;
   const std::size_t year_digits = text.size() - year_begin;
   if (year_digits == 1 || year_digits > 4) return false;
   if (year_digits == 0) {
-    out->year = current_year;
+    out->year = YearOrNow(current_year);
   } else {
     ReadInteger(text.substr(year_begin), &out->year);
   }
@@ -267,7 +272,9 @@ CivilDate JulianToYmd(int32_t julian) {
   return {static_cast<int32_t>(y), static_cast<int32_t>(m), static_cast<int32_t>(d)};
 }
 
-int32_t DateToJulian(std::string_view text, int32_t current_year, int32_t* julian) {
+namespace {
+
+int32_t ParseDate(std::string_view text, const int32_t* current_year, int32_t* julian) {
   *julian = kUndefinedJulian;
   CleanDate clean;
   if (!Clean(text, &clean)) return -1;
@@ -284,8 +291,14 @@ int32_t DateToJulian(std::string_view text, int32_t current_year, int32_t* julia
   return 0;
 }
 
+}  // namespace
+
+int32_t DateToJulian(std::string_view text, int32_t current_year, int32_t* julian) {
+  return ParseDate(text, &current_year, julian);
+}
+
 int32_t DateToJulian(std::string_view text, int32_t* julian) {
-  return DateToJulian(text, CurrentYear(), julian);
+  return ParseDate(text, nullptr, julian);
 }
 
 int32_t CurrentYear() {

@@ -240,44 +240,19 @@ LastRecordInfo CurrentLastRecordInfo() {
 }
 
 std::string_view RecordTypeName(int32_t type) {
-  switch (type) {
-    case 100:
-      return "RTS";
-    case 101:
-      return "RTP";
-    case 105:
-      return "RTD";
-    case 110:
-      return "ITS";
-    case 111:
-      return "ITP";
-    case 115:
-      return "ITD";
-    case 200:
-      return "PD ";
-    case 205:
-      return "PDD";
-    case 300:
-      return "TXT";
-    case 400:
-      return "GUT";
-    case 401:
-      return "GU ";
-    case 410:
-      return "GHT";
-    case 411:
-      return "GH ";
-    case 420:
-      return "GAT";
-    case 421:
-      return "GA ";
-    case 430:
-      return "GST";
-    case 431:
-      return "GS ";
-    default:
-      return "UND";
+  struct Name {
+    int32_t type;
+    std::string_view name;
+  };
+  static constexpr Name kNames[] = {
+      {100, "RTS"}, {101, "RTP"}, {105, "RTD"}, {110, "ITS"}, {111, "ITP"}, {115, "ITD"},
+      {200, "PD "}, {205, "PDD"}, {300, "TXT"}, {400, "GUT"}, {401, "GU "}, {410, "GHT"},
+      {411, "GH "}, {420, "GAT"}, {421, "GA "}, {430, "GST"}, {431, "GS "},
+  };
+  for (const Name& n : kNames) {
+    if (n.type == type) return n.name;
   }
+  return "UND";
 }
 
 void SetFileInquiryHook(FileInquiryHook hook) {

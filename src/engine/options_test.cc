@@ -18,115 +18,100 @@ class OptionsTest : public ::testing::Test {
     SetLastRecordInfo({});
     SetFileInquiryHook(nullptr);
   }
-
   static void Set(std::string_view keyword, std::string_view text, int32_t number = 0) {
     ZSET_(keyword.data(), static_cast<int32_t>(keyword.size()), text.data(),
           static_cast<int32_t>(text.size()), &number);
   }
-
-  struct Answer {
-    std::string text;
-    int32_t number;
-  };
-  Answer Ask(std::string_view keyword, std::size_t width = 12, int32_t number = kUnset) {
-    std::string text(width, '#');
-    ZINQIR_(table_, keyword.data(), static_cast<int32_t>(keyword.size()), text.data(),
-            static_cast<int32_t>(text.size()), &number);
-    return {text, number};
+  // The answer as "number|text", text trimmed; the number is -903 when not assigned.
+  std::string Ask(std::string_view keyword, int32_t width = 12) {
+    std::string text(static_cast<std::size_t>(width), '#');
+    int32_t number = kUnset;
+    ZINQIR_(table_, keyword.data(), static_cast<int32_t>(keyword.size()), text.data(), width,
+            &number);
+    EXPECT_EQ(text.find('#'), std::string::npos);  // always assigned, blank-padded
+    const std::size_t end = text.find_last_not_of(' ');
+    return std::to_string(number) + "|" + text.substr(0, end + 1);
   }
-  static std::string Padded(std::string_view text, std::size_t width = 12) {
-    std::string out(text);
-    out.resize(width, ' ');
-    return out;
-  }
-
   int32_t table_[600] = {};
 };
 
-TEST_F(OptionsTest, LibraryInquiriesAndDefaults) {
-  EXPECT_EQ(Ask("MLEV").number, 4);
-  EXPECT_EQ(Ask("MLEV").text, Padded(""));
-  EXPECT_EQ(Ask("MUNI").number, 6);
-  EXPECT_EQ(Ask("KSTA").number, -1);
-  EXPECT_EQ(Ask("VERS").number, 6);
-  EXPECT_EQ(Ask("VERS").text, Padded("7-JA"));
-  EXPECT_EQ(Ask("ABOR").number, 1);
-  EXPECT_EQ(Ask("ABOR").text, Padded("ON"));
-  EXPECT_EQ(Ask("80CO").text, Padded("OFF"));
-  EXPECT_EQ(Ask("TYPE").text, Padded("UND"));
-  EXPECT_EQ(Ask("ZONE").number, -1);
+TEST_F(OptionsTest, LibraryInquiries) {
+  // clang-format off
+  const std::pair<const char*, const char*> defaults[] = {
+      {"MLEV", "4|"}, {"mlevel", "4|"}, {"MUNI", "6|"}, {"KSTA", "-1|"}, {"Vers", "6|7-JA"},
+      {"ABOR", "1|ON"}, {"80CO", "0|OFF"}, {"QPRO", "0|OFF"}, {"TYPE", "0|UND"}, {"ZONE", "-1|"},
+      {"XYZW", "-1|"}, {"", "-1|"}};
+  // clang-format on
+  for (auto [key, want] : defaults)
+    EXPECT_EQ(Ask(key), want) << key;
   EXPECT_EQ(CurrentOptions().program, "Undefi");
-  // Keywords: case does not matter and only four characters count.
-  EXPECT_EQ(Ask("mlevel").number, 4);
-  EXPECT_EQ(Ask("Vers").text, Padded("7-JA"));
-  // Unknown keyword: number -1 and blank text.
-  EXPECT_EQ(Ask("XYZW").number, -1);
-  EXPECT_EQ(Ask("XYZW").text, Padded(""));
-  EXPECT_EQ(Ask("").number, -1);
+
+  SetLastRecordInfo({.precision = 2,
+                     .written_date = FixedText<7>("07MAR01"),
+                     .written_time = FixedText<8>("09:30:00"),
+                     .program = FixedText<6>("DSSVUE"),
+                     .version = 3,
+                     .zone_offset = 0,
+                     .zone_name = FixedText<12>("GMT"),
+                     .quality_flag = 1,
+                     .tag = FixedText<8>("T1"),
+                     .type = 100});
+  SetLastRecordType(200);
+  // Text inquiries leave the number alone, so the frame's -903 survives.
+  // clang-format off
+  const std::pair<const char*, const char*> last[] = {
+      {"PREC", "2|"}, {"RVER", "3|"}, {"QUAL", "1|"}, {"TYPE", "200|PD"}, {"ZONE", "0|GMT"},
+      {"RDAT", "-903|07MAR01"}, {"RTIM", "-903|09:30:00"}, {"PROG", "-903|DSSVUE"},
+      {"TAG", "-903|T1"}};
+  // clang-format on
+  for (auto [key, want] : last)
+    EXPECT_EQ(Ask(key), want) << key;
+  EXPECT_EQ(Ask("RTIM", 4), "-903|09:3");
+  EXPECT_EQ(Ask("RTIM", 0), "-903|");
 }
 
 TEST_F(OptionsTest, SettingsRoundTrip) {
-  Set("MLEV", "", 20);
-  EXPECT_EQ(Ask("MLVL").number, 15);
-  Set("mlvl", "", -3);
-  EXPECT_EQ(Ask("MLEV").number, 0);
-  Set("MUNI", "", 13);
-  EXPECT_EQ(Ask("MLFN").number, 13);
-  Set("MLFN", "", 0);
-  Set("MUNI", "", 200);
-  EXPECT_EQ(Ask("MUNI").number, 13);
+  struct Step {
+    const char* keyword;
+    const char* text;
+    int32_t number;
+    const char* ask;
+    const char* want;
+  };
+  // clang-format off
+  const Step steps[] = {
+      {"MLEV", "", 20, "MLVL", "15|"},      {"mlvl", "", -3, "MLEV", "0|"},
+      {"MUNI", "", 13, "MLFN", "13|"},      {"MLFN", "", 0, "MUNI", "13|"},
+      {"MUNI", "", 200, "MUNI", "13|"},     {"80CO", "ON    ", 0, "80CO", "1|ON"},
+      {"80CO", "on", 0, "80CO", "0|OFF"},   {"QPRO", " ON", 0, "QPRO", "0|OFF"},
+      {"QPRO", "ON", 0, "QPRO", "1|ON"},    {"ABOR", "off", 0, "ABOR", "1|ON"},
+      {"ABOR", "OFFLINE", 0, "ABOR", "0|OFF"}, {"LONG", "ON", 9, "MLEV", "0|"},
+      {"NOPE", "", 9, "MUNI", "13|"}};
+  // clang-format on
+  for (const Step& s : steps) {  // ON is compared exactly; unknown keywords change nothing
+    Set(s.keyword, s.text, s.number);
+    EXPECT_EQ(Ask(s.ask), s.want) << s.keyword << " " << s.text << " " << s.number;
+  }
 
   Set("PROG", "MYPROGRAM");
   EXPECT_EQ(CurrentOptions().program, "MYPROG");
-  Set("PRGN", "ab");
-  EXPECT_EQ(CurrentOptions().program, "ab");
-
-  // ON is compared exactly: lower case or a leading blank is not ON; trailing blanks are fine.
-  Set("80CO", "ON    ");
-  EXPECT_EQ(Ask("80CO").number, 1);
-  Set("80CO", "on");
-  EXPECT_EQ(Ask("80CO").number, 0);
-  Set("QPRO", " ON");
-  EXPECT_EQ(Ask("QPRO").number, 0);
-  Set("QPRO", "ON");
-  EXPECT_EQ(Ask("QPRO").text, Padded("ON"));
-  Set("ABOR", "off");
-  EXPECT_EQ(Ask("ABOR").number, 1);
-  Set("ABOR", "OFFLINE");
-  EXPECT_EQ(Ask("ABOR").number, 0);
-
-  const Options before = CurrentOptions();
-  Set("LONG", "ON", 1);  // not a HECLIB 6 option
-  Set("NOPE", "ON", 1);
-  EXPECT_EQ(CurrentOptions().message_unit, before.message_unit);
-  EXPECT_EQ(CurrentOptions().message_level, before.message_level);
-}
-
-TEST_F(OptionsTest, OptionsForFilesAndRecords) {
   Set("TOL", "", 2);
-  EXPECT_TRUE(CurrentOptions().tolerance_on);
   EXPECT_DOUBLE_EQ(CurrentOptions().tolerance, 0.006);
   ResetTolerance();
-  EXPECT_FALSE(CurrentOptions().tolerance_on);
   Set("TOLE", "", 9);  // out of range: ignored
   EXPECT_FALSE(CurrentOptions().tolerance_on);
-
-  Set("PREC", "", 3);
-  EXPECT_EQ(CurrentOptions().precision, 3);
   Set("PREC", "OFF", 3);
   EXPECT_EQ(CurrentOptions().precision, 0);
+  Set("ZONE", "GMT+0800-EXTRA", -480);
+  EXPECT_EQ(CurrentOptions().zone_name, "GMT+0800-EXT");
 
   Set("READ", "ON");
   Set("PROT", "ON");
   Set("TABL", "STABLE");
   Set("EXCL", "", 1);
-  Set("SIZE", "LARGE");
   ResetOpenOptions();
   const Options after = CurrentOptions();
-  EXPECT_FALSE(after.read_only);
-  EXPECT_FALSE(after.stable_table);
-  EXPECT_FALSE(after.exclusive);
-  EXPECT_EQ(after.size_text, "");
+  EXPECT_FALSE(after.read_only || after.stable_table || after.exclusive);
   EXPECT_TRUE(after.protect);  // not a one-shot option
 
   Set("TAG", "TAG123456");
@@ -134,90 +119,43 @@ TEST_F(OptionsTest, OptionsForFilesAndRecords) {
   ASSERT_TRUE(TakeNextRecordTag(&tag));
   EXPECT_EQ(tag, "TAG12345");
   EXPECT_FALSE(TakeNextRecordTag(&tag));
-
-  Set("ZONE", "GMT+0800-EXTRA", -480);
-  EXPECT_EQ(CurrentOptions().zone_name, "GMT+0800-EXT");
-  EXPECT_EQ(CurrentOptions().zone_offset, -480);
 }
 
-TEST_F(OptionsTest, LastRecordInquiries) {
-  LastRecordInfo info;
-  info.precision = 2;
-  info.written_date.Assign("07MAR01");
-  info.written_time.Assign("09:30:00");
-  info.program.Assign("DSSVUE");
-  info.version = 3;
-  info.zone_offset = 0;
-  info.zone_name.Assign("GMT");
-  info.quality_flag = 1;
-  info.tag.Assign("T1");
-  info.type = 100;
-  SetLastRecordInfo(info);
-  SetLastRecordType(200);
-
-  EXPECT_EQ(Ask("PREC").number, 2);
-  EXPECT_EQ(Ask("RVER").number, 3);
-  EXPECT_EQ(Ask("QUAL").number, 1);
-  EXPECT_EQ(Ask("TYPE").number, 200);
-  EXPECT_EQ(Ask("TYPE").text, Padded("PD "));
-  EXPECT_EQ(Ask("ZONE").number, 0);
-  EXPECT_EQ(Ask("ZONE").text, Padded("GMT"));
-  // Text inquiries leave the number alone, so the frame's -903 survives.
-  const Answer date = Ask("RDAT");
-  EXPECT_EQ(date.text, Padded("07MAR01"));
-  EXPECT_EQ(date.number, kUnset);
-  EXPECT_EQ(Ask("RTIM").text, Padded("09:30:00"));
-  EXPECT_EQ(Ask("PROG").text, Padded("DSSVUE"));
-  EXPECT_EQ(Ask("TAG").text, Padded("T1"));
-  EXPECT_EQ(Ask("RTIM", 4).text, "09:3");
-  EXPECT_EQ(Ask("RTIM", 0).number, kUnset);
-}
-
-// Stands in for the file layer: answers NREC and records what CLEA was given.
-int32_t g_cleared_to = 0;
-std::string g_cleared_text;
+// Stands in for the file layer: knows NREC and NAME, and records what CLEA was given.
+std::string g_cleared;
 bool FakeFileLayer(int32_t*, std::string_view keyword, std::string_view text_in, int32_t number_in,
                    InquiryAnswer* answer) {
   if (keyword == "NREC") {
     answer->has_number = true;
     answer->number = 42;
-    return true;
-  }
-  if (keyword == "NAME") {
+  } else if (keyword == "NAME") {
     answer->text.Assign("/tmp/a.dss");
-    return true;
+  } else if (keyword == "CLEA") {
+    g_cleared = std::to_string(number_in) + "|" + std::string(text_in);
+  } else {
+    return false;
   }
-  if (keyword == "CLEA") {
-    g_cleared_to = number_in;
-    g_cleared_text.assign(text_in);
-    return true;
-  }
-  return false;
+  return true;
 }
 
 TEST_F(OptionsTest, FileInquiriesGoToTheFileLayerOnlyWhileOpen) {
-  // Closed table: numeric file inquiries give -1, text ones leave the number alone.
   for (const char* key : {"NREC", "UNIT", "FVER", "SIZE", "DEAD", "STAT", "READ", "MULT"}) {
-    EXPECT_EQ(Ask(key).number, -1) << key;
-    EXPECT_EQ(Ask(key).text, Padded("")) << key;
+    EXPECT_EQ(Ask(key), "-1|") << key;
   }
-  for (const char* key : {"NAME", "FDAT", "CLEA"}) {
-    EXPECT_EQ(Ask(key).number, kUnset) << key;
-    EXPECT_EQ(Ask(key).text, Padded("")) << key;
-  }
+  for (const char* key : {"NAME", "FDAT", "CLEA"})
+    EXPECT_EQ(Ask(key), "-903|") << key;
 
   SetFileInquiryHook(&FakeFileLayer);
-  EXPECT_EQ(Ask("NREC").number, -1);  // still closed
+  EXPECT_EQ(Ask("NREC"), "-1|");  // still closed
   table_[0] = kOpenTableMark;
-  EXPECT_EQ(Ask("NREC").number, 42);
-  EXPECT_EQ(Ask("NAME").text, Padded("/tmp/a.dss"));
-  EXPECT_EQ(Ask("DELE").number, -1);  // the file layer does not know it
-  EXPECT_EQ(Ask("MLEV").number, 4);   // never asked of the file layer
+  EXPECT_EQ(Ask("NREC"), "42|");
+  EXPECT_EQ(Ask("NAME"), "-903|/tmp/a.dss");
+  EXPECT_EQ(Ask("DELE"), "-1|");  // unknown to the file layer
+  EXPECT_EQ(Ask("MLEV"), "4|");   // never asked of the file layer
   std::string text = "why ";
-  int32_t number = kUnset;
+  int32_t number = 17;
   ZINQIR_(table_, "CLEA", 4, text.data(), 4, &number);
-  EXPECT_EQ(g_cleared_to, kUnset);
-  EXPECT_EQ(g_cleared_text, "why ");
+  EXPECT_EQ(g_cleared, "17|why ");
   EXPECT_EQ(text, "    ");
 }
 

@@ -10,35 +10,25 @@ namespace {
 
 using Six = std::array<int32_t, 6>;
 
-TEST(ZUpath, FindsSixPartsFromTheFirstSlash) {
+TEST(ZUpath, PartsFromTheFirstSlash) {
   PathnameParts p{};
   ASSERT_EQ(SplitPathname("/BASIN/LOC/FLOW/01JAN2001/1HOUR/OBS/", &p), 0);
   EXPECT_EQ(p.begin, (Six{2, 8, 12, 17, 27, 33}));
   EXPECT_EQ(p.end, (Six{6, 10, 15, 25, 31, 35}));
   EXPECT_EQ(p.length, (Six{5, 3, 4, 9, 5, 3}));
-
-  // Text before the first slash and after the seventh is skipped; trailing blanks ignored.
-  ASSERT_EQ(SplitPathname("ab/A/B//D/E/F/ junk/   ", &p), 0);
-  EXPECT_EQ(p.begin, (Six{4, 6, 8, 9, 11, 13}));
-  EXPECT_EQ(p.length, (Six{1, 1, 0, 1, 1, 1}));
-  EXPECT_EQ(p.end[2], 8);  // empty part: begin = end = its closing slash
-
+  // Text before the first slash and after the seventh is skipped; no character rules.
+  ASSERT_EQ(SplitPathname("ab/a b/\x01//D/E/F/ junk/   ", &p), 0);
+  EXPECT_EQ(p.begin, (Six{4, 8, 10, 11, 13, 15}));
+  EXPECT_EQ(p.length, (Six{3, 1, 0, 1, 1, 1}));
+  EXPECT_EQ(p.end[2], 10);  // an empty part points at its closing slash
   ASSERT_EQ(SplitPathname("///////", &p), 0);
   EXPECT_EQ(p.begin, (Six{2, 3, 4, 5, 6, 7}));
   EXPECT_EQ(p.end, p.begin);
-  EXPECT_EQ(p.length, (Six{}));
 
-  // No character rules at all.
-  EXPECT_EQ(SplitPathname("/a b/\x01/c/d/e/f/", &p), 0);
-}
-
-TEST(ZUpath, TooFewSlashesLeavesThePartsAlone) {
-  PathnameParts p{};
   p.begin.fill(-7);
-  EXPECT_EQ(SplitPathname("", &p), -1);
-  EXPECT_EQ(SplitPathname("A B C D E F", &p), -1);
-  EXPECT_EQ(SplitPathname("/A/B/C/D/E/F", &p), -1);
-  EXPECT_EQ(SplitPathname("/A/B/C/D/E/F ", &p), -1);
+  for (const char* bad : {"", "A B C D E F", "/A/B/C/D/E/F", "/A/B/C/D/E/F "}) {
+    EXPECT_EQ(SplitPathname(bad, &p), -1) << bad;
+  }
   EXPECT_EQ(p.begin, (Six{-7, -7, -7, -7, -7, -7}));
 }
 
@@ -48,111 +38,82 @@ int32_t Check(std::string text, int32_t length = INT32_MIN) {
 }
 
 TEST(ZChkpn, StatusesInTheirOrder) {
-  EXPECT_EQ(Check("/A/B/C/D/E/F/"), 0);
-  EXPECT_EQ(Check("///////"), 0);
-  EXPECT_EQ(Check("/a b/C/D/E/F/G H/"), 0);  // case and blanks are not checked
-  EXPECT_EQ(Check("//////", 6), -4);
-  EXPECT_EQ(Check("/A/B/C/D/E/F/", -3), -4);
-  EXPECT_EQ(Check(std::string(393, '/')), -5);
-  EXPECT_EQ(Check("/A/B/C/D/E/F/", 14), -5);  // beyond the buffer
-  EXPECT_EQ(Check("A/B/C/D/E/F/G"), -1);      // -1 wins over -2
-  EXPECT_EQ(Check("/A/B/C/D/E/F/   "), -2);   // the length is literal
-  EXPECT_EQ(Check("/A/B/C/D/E/F/   ", 13), 0);
-  EXPECT_EQ(Check("/A\tB/C/"), -6);  // -6 wins over -3
-  EXPECT_EQ(Check("/A/B/C/D/E/F\x80/"), -6);
-  EXPECT_EQ(Check("/A/B/C/D/E/F\x7f/"), -6);
-  EXPECT_EQ(Check("/A/B/C/D/E/F/G/"), -3);
-  EXPECT_EQ(Check("/A/B/C/D/E/"), -3);
-  // 392 characters with seven slashes is the longest accepted.
   std::string longest = "/" + std::string(64, 'A');
   for (int i = 0; i < 5; ++i)
     longest += "/" + std::string(64, 'B');
-  longest += std::string(392 - longest.size() - 1, 'C') + "/";
-  EXPECT_EQ(Check(longest), 0);
-}
+  longest += "C/";
+  ASSERT_EQ(longest.size(), 392u);
+  for (const std::string& valid : {std::string("/A/B/C/D/E/F/"), std::string("///////"),
+                                   std::string("/a b/C/D/E/F/G H/"), longest}) {
+    EXPECT_EQ(Check(valid), 0) << valid;
+  }
+  EXPECT_EQ(Check("//////", 6), -4);
+  EXPECT_EQ(Check("/A/B/C/D/E/F/", -3), -4);
+  EXPECT_EQ(Check(longest + "/"), -5);
+  EXPECT_EQ(Check("/A/B/C/D/E/F/", 14), -5);  // beyond the buffer
+  EXPECT_EQ(Check("A/B/C/D/E/F/G"), -1);      // -1 before -2
+  EXPECT_EQ(Check("/A/B/C/D/E/F/   "), -2);   // the length is literal
+  EXPECT_EQ(Check("/A/B/C/D/E/F/   ", 13), 0);
+  EXPECT_EQ(Check("/A\tB/C/"), -6);  // -6 before -3
+  EXPECT_EQ(Check("/A/B/C/D/E/F\x80/"), -6);
+  EXPECT_EQ(Check("/A/B/C/D/E/F\x7f/"), -6);
+  EXPECT_EQ(Check("/A/B/C/D/E/F/G/"), -3);
 
-TEST(ZChkpn, NulsBecomeBlanksOnlyInAnOtherwiseValidPath) {
-  std::string path("/A\0B/C/D/E/F/G/", 15);
+  // NULs become blanks, but only within the range of a path that passes everything else.
+  std::string path("/A\0B/C/D/E/F/G/\0", 16);
   EXPECT_EQ(CheckPathname(path, 15), 6);
-  EXPECT_EQ(path, "/A B/C/D/E/F/G/");
-
+  EXPECT_EQ(path, std::string("/A B/C/D/E/F/G/\0", 16));
   std::string bad("/A\0B/C/", 7);
   EXPECT_EQ(CheckPathname(bad, 7), -3);
   EXPECT_EQ(bad, std::string("/A\0B/C/", 7));
-
-  // Only the checked range is touched.
-  std::string tail("/A/B/C/D/E/F/\0", 14);
-  EXPECT_EQ(CheckPathname(tail, 13), 0);
-  EXPECT_EQ(tail.back(), '\0');
 }
 
-struct PartFields {
+struct Parts {
   std::array<std::string, 6> text;
   Six lengths{};
-  explicit PartFields(std::size_t width = 8) { text.fill(std::string(width, '*')); }
-  void Split(std::string_view line) {
-    SplitPartString(line,
-                    {std::span<char>(text[0]), std::span<char>(text[1]), std::span<char>(text[2]),
-                     std::span<char>(text[3]), std::span<char>(text[4]), std::span<char>(text[5])},
-                    &lengths);
+  explicit Parts(std::size_t width = 8) { text.fill(std::string(width, '*')); }
+  Parts& Split(std::string_view line) {
+    SplitPartString(line, {text[0], text[1], text[2], text[3], text[4], text[5]}, &lengths);
+    return *this;
   }
 };
 
 TEST(ZGpnp, KeywordFields) {
-  PartFields f(12);
+  Parts f(12);
   f.Split("A=BASIN B=SOUTH FORK F=");
   EXPECT_EQ(f.lengths, (Six{5, 10, -1, -1, -1, 0}));
-  EXPECT_EQ(f.text[0], "BASIN       ");
   EXPECT_EQ(f.text[1], "SOUTH FORK  ");
   EXPECT_EQ(f.text[2], std::string(12, '*'));  // not named: untouched
   EXPECT_EQ(f.text[5], std::string(12, ' '));
 
-  PartFields g;
+  Parts g;
   g.Split("C=FLOW,D=01JAN,E = X,F=  OBS  ");
   EXPECT_EQ(g.lengths, (Six{-1, -1, 4, 5, 2, 5}));
-  EXPECT_EQ(g.text[3], "01JAN   ");
-  EXPECT_EQ(g.text[5], "  OBS   ");  // leading blanks kept and counted
-  EXPECT_EQ(g.text[4], " X      ");  // one blank may precede the "="; the one after it is kept
+  EXPECT_EQ(g.text[4], " X      ");  // one blank may precede "="; the one after it is value
+  EXPECT_EQ(g.text[5], "  OBS   ");
 
-  PartFields last;
-  last.Split("A=ONE B=X A=TWO");
-  EXPECT_EQ(last.lengths, (Six{3, 1, -1, -1, -1, -1}));
-  EXPECT_EQ(last.text[0], "TWO     ");
-}
-
-TEST(ZGpnp, FieldsThatDoNotCount) {
-  for (const char* line : {"/A/B/C/D/E/F/", "ZR=IN", "a=x b=y", "G=1", "=A", "A  =X", ""}) {
-    PartFields f;
-    f.Split(line);
-    EXPECT_EQ(f.lengths, (Six{-10, -1, -1, -1, -1, -1})) << line;
-    EXPECT_EQ(f.text[0], std::string(8, '*')) << line;
-  }
+  EXPECT_EQ(Parts().Split("A=ONE B=X A=TWO").text[0], "TWO     ");  // the last one wins
   // A value runs on over text that is no field, but stops before a lower-case field.
-  PartFields f(16);
-  f.Split("A=X ZR=IN b=Q");
-  EXPECT_EQ(f.lengths[0], 7);
-  EXPECT_EQ(f.text[0].substr(0, 7), "X ZR=IN");
-}
+  EXPECT_EQ(Parts(16).Split("A=X ZR=IN b=Q").lengths[0], 7);
+  EXPECT_EQ(Parts(4).Split("B=LONGVALUE").text[1], "LONG");
 
-TEST(ZGpnp, InputLengthsAndLimits) {
-  PartFields f;
-  f.lengths = {-2, 7, -2, 0, 0, 0};
-  f.Split("A=NEW B=NEW C=NEW");
-  EXPECT_EQ(f.lengths, (Six{-2, 3, -2, -1, -1, -1}));
-  EXPECT_EQ(f.text[0], std::string(8, '*'));
-  EXPECT_EQ(f.text[2], std::string(8, '*'));
+  for (const char* none : {"/A/B/C/D/E/F/", "ZR=IN", "a=x b=y", "G=1", "=A", "A  =X", ""}) {
+    Parts n;
+    n.Split(none);
+    EXPECT_EQ(n.lengths, (Six{-10, -1, -1, -1, -1, -1})) << none;
+    EXPECT_EQ(n.text[0], std::string(8, '*')) << none;
+  }
 
-  PartFields narrow(4);
-  narrow.Split("B=LONGVALUE");
-  EXPECT_EQ(narrow.lengths[1], 4);
-  EXPECT_EQ(narrow.text[1], "LONG");
+  Parts keep;
+  keep.lengths = {-2, 7, -2, 0, 0, 0};
+  keep.Split("A=NEW B=NEW C=NEW");
+  EXPECT_EQ(keep.lengths, (Six{-2, 3, -2, -1, -1, -1}));
+  EXPECT_EQ(keep.text[0], std::string(8, '*'));
 
   // Only the first twelve "=" are looked at.
-  PartFields many;
-  many.Split("Z=1 Z=2 Z=3 Z=4 Z=5 Z=6 Z=7 Z=8 Z=9 Z=10 Z=11 Z=12 A=13");
-  EXPECT_EQ(many.lengths[0], -10);
-  many.Split("Z=1 Z=2 Z=3 Z=4 Z=5 Z=6 Z=7 Z=8 Z=9 Z=10 Z=11 A=12");
-  EXPECT_EQ(many.lengths[0], 2);
+  const std::string eleven = "Z=1 Z=2 Z=3 Z=4 Z=5 Z=6 Z=7 Z=8 Z=9 Z=10 Z=11 ";
+  EXPECT_EQ(Parts().Split(eleven + "A=12").lengths[0], 2);
+  EXPECT_EQ(Parts().Split(eleven + "Z=12 A=13").lengths[0], -10);
 }
 
 }  // namespace
