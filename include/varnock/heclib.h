@@ -88,6 +88,23 @@ VARNOCK_API int32_t hecZchkpn(const std::string& pathname, int32_t length);
 VARNOCK_API std::array<int32_t, 6> hecZgpnp(const std::string& text,
                                             std::array<std::string, 6>& parts);
 
+// Catalog and record utilities. Pathnames are handed over with their given lengths.
+// Writes the catalog of the open file on a unit opened with hecFortranOpen; returns the count.
+VARNOCK_API int32_t hecZcat(FileTable& ifltab, int32_t unit, bool sorted);
+struct RecordTypeAnswer {
+  bool found = false;
+  int32_t data_words = 0;
+  int32_t type_number = 0;
+  std::string type_code;  // HECLIB's 3-character field
+};
+VARNOCK_API RecordTypeAnswer hecZdtype(FileTable& ifltab, const std::string& pathname);
+VARNOCK_API bool hecZrenam(FileTable& ifltab, const std::string& from, int32_t from_length,
+                           const std::string& to, int32_t to_length);
+VARNOCK_API bool hecZdelet(FileTable& ifltab, const std::string& pathname, int32_t length);
+VARNOCK_API int32_t hecZundel(FileTable& ifltab, const std::string& pathname, int32_t length);
+VARNOCK_API int32_t hecZcorec(FileTable& from_table, FileTable& to_table, const std::string& from,
+                              const std::string& to);
+
 // Inquiry and setting keywords with their descriptions, in HECLIB's documented order.
 struct KeywordDescription {
   const char* keyword;

@@ -2,12 +2,15 @@
 #ifndef VARNOCK_VARNOCK_H_
 #define VARNOCK_VARNOCK_H_
 
+#include "varnock/database.h"
 #include "varnock/date.h"
 #include "varnock/dictionary.h"
 #include "varnock/error.h"
 #include "varnock/heclib.h"
+#include "varnock/interfaces.h"
 #include "varnock/object.h"
 #include "varnock/pathname.h"
+#include "varnock/recordset.h"
 #include "varnock/variant.h"
 
 #endif  // VARNOCK_VARNOCK_H_

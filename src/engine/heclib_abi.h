@@ -50,4 +50,25 @@ VARNOCK_HECLIB_API void ZGPNP_(const char* line, int32_t line_len, char* a, int3
                                char* e, int32_t e_len, char* f, int32_t f_len,
                                int32_t* part_lengths);
 
+// Catalog and record utilities. Logical arguments are 32-bit: 0 false, any other value true.
+VARNOCK_HECLIB_API void ZCAT_(int32_t* ifltab, const int32_t* catalog_unit,
+                              const int32_t* condensed_unit, const int32_t* input_unit,
+                              const char* instructions, int32_t instructions_len,
+                              const int32_t* abbreviated, const int32_t* sorted,
+                              int32_t* condensed_made, int32_t* record_count);
+VARNOCK_HECLIB_API void ZDTYPE_(int32_t* ifltab, const char* path, int32_t path_len,
+                                int32_t* data_words, int32_t* found, char* type_code,
+                                int32_t type_code_len, int32_t* type_number);
+VARNOCK_HECLIB_API void ZRENAM_(int32_t* ifltab, const char* path, int32_t path_len,
+                                const int32_t* npath, const char* new_path, int32_t new_path_len,
+                                const int32_t* nnpath, int32_t* found);
+VARNOCK_HECLIB_API void ZDELET_(int32_t* ifltab, const char* path, int32_t path_len,
+                                const int32_t* npath, int32_t* found);
+VARNOCK_HECLIB_API void ZUNDEL_(int32_t* ifltab, const char* path, int32_t path_len,
+                                const int32_t* npath, int32_t* status);
+VARNOCK_HECLIB_API void ZCOREC_(int32_t* ifltab_from, int32_t* ifltab_to, const char* path_from,
+                                int32_t path_from_len, const char* path_to, int32_t path_to_len,
+                                int32_t* buffer1, const int32_t* buffer1_len, int32_t* buffer2,
+                                const int32_t* buffer2_len, int32_t* status);
+
 #endif  // VARNOCK_ENGINE_HECLIB_ABI_H_

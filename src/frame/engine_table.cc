@@ -38,7 +38,10 @@ bool ResolveAll(void* handle, EngineRoutines& table) {
          Resolve(handle, "ZFVER_", table.zfver) && Resolve(handle, "DATJUL_", table.datjul) &&
          Resolve(handle, "JULDAT_", table.juldat) && Resolve(handle, "DATCLL_", table.datcll) &&
          Resolve(handle, "ZUPATH_", table.zupath) && Resolve(handle, "ZCHKPN_", table.zchkpn) &&
-         Resolve(handle, "ZGPNP_", table.zgpnp);
+         Resolve(handle, "ZGPNP_", table.zgpnp) && Resolve(handle, "ZCAT_", table.zcat) &&
+         Resolve(handle, "ZDTYPE_", table.zdtype) && Resolve(handle, "ZRENAM_", table.zrenam) &&
+         Resolve(handle, "ZDELET_", table.zdelet) && Resolve(handle, "ZUNDEL_", table.zundel) &&
+         Resolve(handle, "ZCOREC_", table.zcorec);
 }
 
 std::mutex load_mutex;

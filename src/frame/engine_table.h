@@ -22,6 +22,12 @@ struct EngineRoutines {
   decltype(&ZUPATH_) zupath;
   decltype(&ZCHKPN_) zchkpn;
   decltype(&ZGPNP_) zgpnp;
+  decltype(&ZCAT_) zcat;
+  decltype(&ZDTYPE_) zdtype;
+  decltype(&ZRENAM_) zrenam;
+  decltype(&ZDELET_) zdelet;
+  decltype(&ZUNDEL_) zundel;
+  decltype(&ZCOREC_) zcorec;
 };
 
 // The routines of the loaded engine; loads it on first use (raises when it cannot).

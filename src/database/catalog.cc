@@ -1,0 +1,119 @@
+// DSSDatabase as IDSSCatalog: HECLIB writes the catalog text file, and the listing is read
+// back from it.
+#include <filesystem>
+#include <fstream>
+
+#include "database/errors.h"
+#include "varnock/database.h"
+
+namespace varnock {
+
+namespace {
+
+constexpr int32_t kCatalogUnit = 13;
+constexpr int kCatalogHeaderLines = 10;
+constexpr size_t kRecordNumberWidth = 8;
+constexpr int32_t kTagWidth = 8;
+constexpr int32_t kShortPartWidth = 32;
+constexpr int32_t kLongPartWidth = 80;
+
+std::vector<std::string> SplitAtSlashes(const std::string& line) {
+  std::vector<std::string> pieces;
+  size_t start = 0;
+  while (true) {
+    const size_t slash = line.find('/', start);
+    pieces.push_back(line.substr(start, slash == std::string::npos ? slash : slash - start));
+    if (slash == std::string::npos) return pieces;
+    start = slash + 1;
+  }
+}
+
+}  // namespace
+
+std::string DSSDatabase::CatalogFileName(const std::string& dest_filename) const {
+  std::string name = dest_filename;
+  if (name.empty()) {
+    name = name_;
+    for (size_t at = name.find(".dss"); at != std::string::npos; at = name.find(".dss", at + 4))
+      name.replace(at, 4, ".dsc");
+  }
+  std::error_code ignored;
+  return std::filesystem::absolute(name, ignored).string();
+}
+
+void DSSDatabase::MakeNewCatalog(const std::string& DestFilename) {
+  RequireConnection("No DSS file connected");
+  const std::string catalog = CatalogFileName(DestFilename);
+  if (hecFortranOpen(catalog, kCatalogUnit) != 0) return;  // no file: the reader reports it
+  hecZcat(ifltab_, kCatalogUnit, true);
+  hecFortranClose(kCatalogUnit);
+}
+
+void DSSDatabase::ReadCatalog(
+    bool make_new, const std::string& dest_filename,
+    const std::function<void(const std::vector<std::string>& pieces)>& on_line) {
+  const std::string catalog = CatalogFileName(dest_filename);
+  std::error_code ignored;
+  if (make_new || !std::filesystem::exists(catalog, ignored)) MakeNewCatalog(dest_filename);
+  std::ifstream text(catalog);
+  if (!text) throw database::Error(dssCatalogIssue);
+  std::string line;
+  for (int skipped = 0; skipped < kCatalogHeaderLines && std::getline(text, line); ++skipped) {
+  }
+  while (std::getline(text, line)) {
+    std::vector<std::string> pieces = SplitAtSlashes(line);
+    // A line that does not hold a whole pathname (a blank line, say) is not a record.
+    if (pieces.size() < 8) continue;
+    on_line(pieces);
+  }
+}
+
+std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
+                                                    const std::string& DestFilename) {
+  RequireConnection("No DSS file connected");
+  const int32_t width = long_parts_ ? kLongPartWidth : kShortPartWidth;
+  auto records = std::make_shared<Recordset>();
+  records->AppendField("RecNum", adInteger);
+  records->AppendField("Tag", adVarChar, kTagWidth);
+  for (const char* part : {"A", "B", "C", "D", "E", "F"})
+    records->AppendField(part, adVarChar, width);
+  records->CursorType(adOpenStatic);
+  records->LockType(adLockOptimistic);
+  records->Open();
+  static const std::vector<std::string> kFieldList = {"RecNum", "Tag", "A", "B",
+                                                      "C",      "D",   "E", "F"};
+  ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
+    const std::string& head = pieces[0];
+    std::vector<Variant> values;
+    values.reserve(kFieldList.size());
+    values.emplace_back(Variant(TrimBlanks(head.substr(0, kRecordNumberWidth))).ToLong());
+    const std::string tag =
+        head.size() > kRecordNumberWidth ? TrimBlanks(head.substr(kRecordNumberWidth)) : "";
+    values.emplace_back(tag.substr(0, kTagWidth));
+    // A part wider than its field is cut to fit; AsCollection keeps whole parts.
+    for (int i = 1; i <= 6; ++i)
+      values.emplace_back(pieces[i].substr(0, width));
+    records->AddNew(kFieldList, values);
+  });
+  if (records->RecordCount() > 0) records->MoveFirst();
+  return records;
+}
+
+std::vector<std::shared_ptr<Pathname>> DSSDatabase::AsCollection(bool MakeNewCat,
+                                                                 const std::string& DestFilename) {
+  RequireConnection("No DSS file connected");
+  std::vector<std::shared_ptr<Pathname>> collection;
+  ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
+    auto path = std::make_shared<Pathname>();
+    path->Apart(pieces[1]);
+    path->Bpart(pieces[2]);
+    path->Cpart(pieces[3]);
+    path->Dpart(pieces[4]);
+    path->Epart(pieces[5]);
+    path->Fpart(pieces[6]);
+    collection.push_back(std::move(path));
+  });
+  return collection;
+}
+
+}  // namespace varnock
