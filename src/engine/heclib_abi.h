@@ -71,4 +71,27 @@ VARNOCK_HECLIB_API void ZCOREC_(int32_t* ifltab_from, int32_t* ifltab_to, const 
                                 int32_t* buffer1, const int32_t* buffer1_len, int32_t* buffer2,
                                 const int32_t* buffer2_len, int32_t* status);
 
+// Regular and irregular time series, single precision. Units and type fields are 8 wide.
+VARNOCK_HECLIB_API void ZRRTS_(int32_t* ifltab, const char* path, int32_t path_len,
+                               const char* date, int32_t date_len, const char* time,
+                               int32_t time_len, int32_t* nvals, float* values, char* units,
+                               int32_t units_len, char* type, int32_t type_len, int32_t* offset,
+                               int32_t* status);
+VARNOCK_HECLIB_API void ZSRTS_(int32_t* ifltab, const char* path, int32_t path_len,
+                               const char* date, int32_t date_len, const char* time,
+                               int32_t time_len, const int32_t* nvals, const float* values,
+                               const char* units, int32_t units_len, const char* type,
+                               int32_t type_len, const int32_t* plan, int32_t* status);
+VARNOCK_HECLIB_API void ZRITS_(int32_t* ifltab, const char* path, int32_t path_len,
+                               const int32_t* start_julian, const int32_t* start_minutes,
+                               const int32_t* end_julian, const int32_t* end_minutes,
+                               int32_t* times, float* values, const int32_t* capacity,
+                               int32_t* nvals, int32_t* base_julian, char* units, int32_t units_len,
+                               char* type, int32_t type_len, int32_t* status);
+VARNOCK_HECLIB_API void ZSITS_(int32_t* ifltab, const char* path, int32_t path_len,
+                               const int32_t* times, const float* values, const int32_t* nvals,
+                               const int32_t* base_julian, const char* units, int32_t units_len,
+                               const char* type, int32_t type_len, const int32_t* replace,
+                               int32_t* status);
+
 #endif  // VARNOCK_ENGINE_HECLIB_ABI_H_
