@@ -141,7 +141,9 @@ class DssFile {
   Status Copy(std::string_view path, DssFile& target, std::string_view target_path);
 
   Status Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter = {});
-  Status SortedCatalog(std::vector<CatalogEntry>* out);
+  // Live records in HEC's sorted-catalog order: the file's saved sort list while it is valid,
+  // else HEC's column sort.
+  Status SortedCatalog(std::vector<CatalogEntry>* out, bool use_saved_list = true);
 
   // Whole-area reads for checkers.
   Status ReadHashTable(std::vector<int64_t>* out);

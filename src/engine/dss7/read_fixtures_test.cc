@@ -14,7 +14,7 @@ namespace {
 
 using testing::DumpRecords;
 
-FileOptions ReadOnly() {
+FileOptions ReadOnly() {  // NOLINT
   FileOptions o;
   o.read_only = true;
   return o;
@@ -135,6 +135,35 @@ TEST(Dss7ReadFixtures, VersionSixAndOthersAreRefused) {
   testing::OpenMemory(copy, &s);
   EXPECT_EQ(s, Status::kNotDssFile);
   EXPECT_EQ(DssFile::Open("/nonexistent/dir/x.dss", {}, &file), Status::kOpenFailed);
+}
+
+}  // namespace
+}  // namespace varnock::engine::dss7
+
+namespace varnock::engine::dss7 {
+namespace {
+
+// HEC saved a sort list in these files; our own column sort must give the same order.
+TEST(Dss7ReadFixtures, ColumnSortReproducesHecSavedSortLists) {
+  for (const char* name : {"sample7.dss", "MoRiverObs7.dss"}) {
+    VARNOCK_REQUIRE_FIXTURE(path, name);
+    std::unique_ptr<DssFile> file;
+    ASSERT_EQ(DssFile::Open(path, ReadOnly(), &file), Status::kOk);
+    ASSERT_EQ(file->header()[hdr::kSortStatus], sort_status::kValid);
+    std::vector<CatalogEntry> saved, sorted;
+    ASSERT_EQ(file->SortedCatalog(&saved, true), Status::kOk);
+    ASSERT_EQ(file->SortedCatalog(&sorted, false), Status::kOk);
+    ASSERT_EQ(saved.size(), sorted.size());
+    size_t differ = 0;
+    for (size_t i = 0; i < saved.size(); ++i) {
+      if (saved[i].path != sorted[i].path) {
+        if (differ++ < 5)
+          ADD_FAILURE() << name << " #" << i << ": HEC " << saved[i].path << " ours "
+                        << sorted[i].path;
+      }
+    }
+    EXPECT_EQ(differ, 0u) << name;
+  }
 }
 
 }  // namespace
