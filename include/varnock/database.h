@@ -68,6 +68,23 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
   bool RecordExistsGateway(const Pathname& pathname);
   std::string RecordTypeGateway(const Pathname& pathname);
 
+  // Regular-series gateways. The read blanks the pathname's D part, reads values.size() - 1
+  // values from the start texts into slots 1..n (slot 0 unused) and shrinks the array to the
+  // count read; the write stores slots 1..N. Statuses above 10 raise 0x80042000.
+  void ReadRegularGateway(varnock::Pathname& pathname, const std::string& date_text,
+                          const std::string& time_text, std::vector<float>& values,
+                          std::string& units, std::string& type, int32_t& offset);
+  void WriteRegularGateway(varnock::Pathname& pathname, const std::string& date_text,
+                           const std::string& time_text, const std::vector<float>& values,
+                           int32_t plan, const std::string& units, const std::string& type);
+  // Irregular-series gateways; arrays use slots 1..n as above.
+  void ReadIrregularGateway(const varnock::Pathname& pathname, Date window_start, Date window_end,
+                            std::vector<float>& values, std::vector<Date>& dates,
+                            std::string& units, std::string& type);
+  void WriteIrregularGateway(const varnock::Pathname& pathname, const std::vector<float>& values,
+                             const std::vector<Date>& dates, int32_t merge,
+                             const std::string& units, const std::string& type);
+
   // The file table of this connection, for the record gateways.
   FileTable& FileTableForGateways() { return ifltab_; }
   // Raises 0x80042001 (source "DSSDatabase") when not connected.

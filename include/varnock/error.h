@@ -45,6 +45,7 @@ enum HostErrors : int32_t {
   hostOverflow = 6,
   hostSubscriptOutOfRange = 9,
   hostTypeMismatch = 13,
+  hostObjectNotSet = 91,
   hostInvalidUseOfNull = 94,
 };
 

@@ -105,6 +105,26 @@ VARNOCK_API int32_t hecZundel(FileTable& ifltab, const std::string& pathname, in
 VARNOCK_API int32_t hecZcorec(FileTable& from_table, FileTable& to_table, const std::string& from,
                               const std::string& to);
 
+// Time-series routines. Texts are fitted to HECLIB's fields (pathname 80, date 20, time 4,
+// units and type 8); units and type come back as the 8-character fields. Each returns ISTAT.
+inline constexpr size_t kUnitsWidth = 8;
+inline constexpr size_t kTypeWidth = 8;
+VARNOCK_API int32_t hecZrrts(FileTable& ifltab, const std::string& pathname,
+                             const std::string& date_text, const std::string& time_text,
+                             int32_t& nvals, float* values, std::string& units, std::string& type,
+                             int32_t& offset);
+VARNOCK_API int32_t hecZsrts(FileTable& ifltab, const std::string& pathname,
+                             const std::string& date_text, const std::string& time_text,
+                             int32_t nvals, const float* values, const std::string& units,
+                             const std::string& type, int32_t plan);
+VARNOCK_API int32_t hecZrits(FileTable& ifltab, const std::string& pathname, int32_t start_julian,
+                             int32_t start_minutes, int32_t end_julian, int32_t end_minutes,
+                             int32_t* times, float* values, int32_t capacity, int32_t& nvals,
+                             int32_t& base_julian, std::string& units, std::string& type);
+VARNOCK_API int32_t hecZsits(FileTable& ifltab, const std::string& pathname, const int32_t* times,
+                             const float* values, int32_t nvals, int32_t base_julian,
+                             const std::string& units, const std::string& type, int32_t replace);
+
 // Inquiry and setting keywords with their descriptions, in HECLIB's documented order.
 struct KeywordDescription {
   const char* keyword;

@@ -26,6 +26,32 @@ enum DSSErrors : int32_t {
 // How series are drawn by the direct-output members.
 enum StepMethods : int32_t { intrpStepEnding = 0, intrpStepStart = 1, intrpContinuous = 2 };
 
+// Store plans, handed to HECLIB's ZSRTS unchanged.
+enum DSSPlans : int32_t {
+  plnAlwaysWrite = 0,
+  plnDontReplaceExisting = 1,
+  plnWriteOnlyIfExisting = 2,
+  plnReserved3 = 3,
+  plnPreserveMissing = 4,
+};
+
+// How a regular series combines values when it coarsens or imports.
+enum AggregationTypes : int32_t { atUseHighest = 0, atUseLast = 1, atUseAverage = 2 };
+
+// How a regular series fills slots that sparse input leaves open.
+enum PadMethods : int32_t { intPadWatch = 0, intPadEDMSpolled = 1, intPadEDMSmixed = 2 };
+
+// How an irregular store meets data already in the file.
+enum MergeOptions : int32_t { moMergeData = 0, moReplaceData = 1 };
+
+// How an irregular series combines values. Its first two members share the names and values
+// of AggregationTypes (atUseHighest 0, atUseLast 1), so only the third is declared here.
+enum IrrAggregationTypes : int32_t { atUseAcum = 2 };
+
+// The missing-value marker, and the marker of values an operation could not produce.
+inline constexpr float kMissingValue = -901.0f;
+inline constexpr float kNotProducedValue = -902.0f;
+
 class DSSDatabase;
 
 // A listing of every record of a connected database.
@@ -56,6 +82,41 @@ class VARNOCK_API IDSSUtilities : public virtual Object {
   virtual void Delete(const std::shared_ptr<Pathname>& Pathname) = 0;
   virtual void Undelete(const std::shared_ptr<Pathname>& Pathname) = 0;
 };
+
+// Binds an object to one record of a DSS file reached through a DSSDatabase.
+class VARNOCK_API IDSSRecord : public virtual Object {
+ public:
+  virtual void Store(const std::shared_ptr<DSSDatabase>& pDB) = 0;
+  virtual void Retrieve(const std::shared_ptr<DSSDatabase>& pDB) = 0;
+  // The object's own pathname (the same instance every time).
+  virtual std::shared_ptr<varnock::Pathname> Pathname() = 0;
+  virtual void Plan(DSSPlans value) = 0;
+  virtual DSSPlans Plan() = 0;
+  virtual void MissingIsError(bool value) = 0;
+  virtual bool MissingIsError() = 0;
+  virtual bool RecordExists(const std::shared_ptr<DSSDatabase>& pDB) = 0;
+  virtual std::string RecordDataType(const std::shared_ptr<DSSDatabase>& pDB) = 0;
+};
+
+// Exchange with an HTSL document: naming properties are aliases of pathname parts A, B and C;
+// the streaming operations refuse every call.
+class VARNOCK_API IHTSLStream : public virtual Object {
+ public:
+  virtual std::string Domain() = 0;
+  virtual void Domain(const std::string& value) = 0;
+  virtual std::string Location() = 0;
+  virtual void Location(const std::string& value) = 0;
+  virtual std::string ValueType() = 0;
+  virtual void ValueType(const std::string& value) = 0;
+  virtual void FromDOM(const std::shared_ptr<Object>& pHTSL) = 0;
+  virtual std::shared_ptr<Object> ToDOM() = 0;
+};
+
+// Transforms of a regular series.
+class VARNOCK_API IRTSTransform : public virtual Object {};
+
+// Direct output of a series and import into it.
+class VARNOCK_API ITimeSeriesDirect : public virtual Object {};
 
 }  // namespace varnock
 

@@ -8,9 +8,11 @@
 #include "varnock/error.h"
 #include "varnock/heclib.h"
 #include "varnock/interfaces.h"
+#include "varnock/irregular_time_series.h"
 #include "varnock/object.h"
 #include "varnock/pathname.h"
 #include "varnock/recordset.h"
+#include "varnock/regular_time_series.h"
 #include "varnock/variant.h"
 
 #endif  // VARNOCK_VARNOCK_H_

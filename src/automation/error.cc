@@ -25,6 +25,8 @@ std::string HostErrorText(int32_t number) {
       return "Subscript out of range";
     case 13:
       return "Type mismatch";
+    case 91:
+      return "Object variable or With block variable not set";
     case 94:
       return "Invalid use of Null";
     case 457:

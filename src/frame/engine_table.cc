@@ -41,7 +41,9 @@ bool ResolveAll(void* handle, EngineRoutines& table) {
          Resolve(handle, "ZGPNP_", table.zgpnp) && Resolve(handle, "ZCAT_", table.zcat) &&
          Resolve(handle, "ZDTYPE_", table.zdtype) && Resolve(handle, "ZRENAM_", table.zrenam) &&
          Resolve(handle, "ZDELET_", table.zdelet) && Resolve(handle, "ZUNDEL_", table.zundel) &&
-         Resolve(handle, "ZCOREC_", table.zcorec);
+         Resolve(handle, "ZCOREC_", table.zcorec) && Resolve(handle, "ZRRTS_", table.zrrts) &&
+         Resolve(handle, "ZSRTS_", table.zsrts) && Resolve(handle, "ZRITS_", table.zrits) &&
+         Resolve(handle, "ZSITS_", table.zsits);
 }
 
 std::mutex load_mutex;

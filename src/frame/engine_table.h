@@ -28,6 +28,10 @@ struct EngineRoutines {
   decltype(&ZDELET_) zdelet;
   decltype(&ZUNDEL_) zundel;
   decltype(&ZCOREC_) zcorec;
+  decltype(&ZRRTS_) zrrts;
+  decltype(&ZSRTS_) zsrts;
+  decltype(&ZRITS_) zrits;
+  decltype(&ZSITS_) zsits;
 };
 
 // The routines of the loaded engine; loads it on first use (raises when it cannot).

@@ -1,0 +1,151 @@
+#include "varnock/irregular_time_series.h"
+
+#include "series/series_common.h"
+#include "varnock/database.h"
+#include "varnock/error.h"
+
+namespace varnock {
+
+namespace {
+
+constexpr const char* kSource = "IrregTimeSeries";
+
+AutomationError NotSetUp(const std::string& description = "", int32_t help_context = 0) {
+  return AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, description,
+                         help_context ? kHelpFile : "", help_context);
+}
+
+}  // namespace
+
+IrregTimeSeries::IrregTimeSeries() {
+  ClearData();
+}
+
+void IrregTimeSeries::ClearData() {
+  values_.assign(1, 0.0f);
+  dates_.assign(1, Date(0.0));
+}
+
+void IrregTimeSeries::TsUnits(const std::string& value) {
+  units_ = series::UpperCase(value);
+}
+void IrregTimeSeries::TsType(const std::string& value) {
+  type_ = series::UpperCase(value);
+}
+
+int32_t IrregTimeSeries::Flag(int32_t lngIndex) const {
+  return flags_[series::Slot(lngIndex, flags_.size())];
+}
+
+void IrregTimeSeries::Flag(int32_t lngIndex, int32_t value) {
+  flags_[series::Slot(lngIndex, flags_.size())] = value;
+}
+
+void IrregTimeSeries::ValueCount(int32_t count) {
+  if (count < 1) {
+    ClearData();
+  } else {
+    values_.assign(static_cast<size_t>(count) + 1, 0.0f);
+    dates_.assign(static_cast<size_t>(count) + 1, Date(0.0));
+    flags_.assign(static_cast<size_t>(count) + 1, 0);
+  }
+  starting_.reset();
+  ending_.reset();
+}
+
+Date IrregTimeSeries::DateTime(int32_t lngIndex) const {
+  return dates_[series::Slot(lngIndex, dates_.size())];
+}
+
+void IrregTimeSeries::DateTime(int32_t lngIndex, Date value) {
+  if (ValueCount() == 0) throw NotSetUp("ValueCount property not set", series::kCountHelpContext);
+  dates_[series::Slot(lngIndex, dates_.size())] = value;
+}
+
+void IrregTimeSeries::Starting(Date value) {
+  starting_ = value;
+  ClearData();
+}
+
+void IrregTimeSeries::Ending(Date value) {
+  ending_ = value;
+  ClearData();
+}
+
+float IrregTimeSeries::Value(int32_t lngIndex) const {
+  return values_[series::Slot(lngIndex, values_.size())];
+}
+
+void IrregTimeSeries::Value(int32_t lngIndex, float value) {
+  if (ValueCount() == 0) throw NotSetUp("ValueCount property not set", series::kCountHelpContext);
+  values_[series::Slot(lngIndex, values_.size())] = value;
+}
+
+std::shared_ptr<Object> IrregTimeSeries::ScriptQueryInterface(const std::string& InterfaceType) {
+  switch (series::InterfaceOfName(InterfaceType)) {
+    case series::InterfaceName::kTimeSeriesDirect:
+    case series::InterfaceName::kHtslStream:
+    case series::InterfaceName::kDssRecord:
+      return shared_from_this();
+    case series::InterfaceName::kRtsTransform:  // not an interface of this class
+    case series::InterfaceName::kNone:
+      break;
+  }
+  return nullptr;
+}
+
+std::shared_ptr<varnock::Pathname> IrregTimeSeries::Pathname() {
+  if (!pathname_) pathname_ = std::make_shared<varnock::Pathname>();
+  return pathname_;
+}
+
+void IrregTimeSeries::RequireNamedPathname() {
+  if (Pathname()->IsBlank()) {
+    throw AutomationError(kObjectErrorBase + dssBadPathname, kSource, "Pathname property not set",
+                          kHelpFile, series::kBadPathnameHelpContext);
+  }
+}
+
+void IrregTimeSeries::Store(const std::shared_ptr<DSSDatabase>& pDB) {
+  RequireNamedPathname();
+  if (ValueCount() == 0) throw NotSetUp("ValueCount property not set", series::kCountHelpContext);
+  series::RequireDatabase(pDB).WriteIrregularGateway(*pathname_, values_, dates_, merge_option_,
+                                                     units_, type_);
+}
+
+void IrregTimeSeries::Retrieve(const std::shared_ptr<DSSDatabase>& pDB) {
+  RequireNamedPathname();
+  if (!starting_ || !ending_) {
+    throw NotSetUp("Need to set both Starting and Ending date properties first",
+                   series::kCountHelpContext);
+  }
+  DSSDatabase& db = series::RequireDatabase(pDB);
+  db.ReadIrregularGateway(*pathname_, *starting_, *ending_, values_, dates_, units_, type_);
+  if (db.istat() == 5 && missing_is_error_) throw AutomationError(dssHeclibError, "", "");
+}
+
+void IrregTimeSeries::Plan(DSSPlans) {
+  throw NotSetUp();
+}
+
+DSSPlans IrregTimeSeries::Plan() {
+  throw NotSetUp();
+}
+
+bool IrregTimeSeries::RecordExists(const std::shared_ptr<DSSDatabase>& pDB) {
+  return series::RequireDatabase(pDB).RecordExistsGateway(*Pathname());
+}
+
+std::string IrregTimeSeries::RecordDataType(const std::shared_ptr<DSSDatabase>& pDB) {
+  return series::RequireDatabase(pDB).RecordTypeGateway(*Pathname());
+}
+
+void IrregTimeSeries::FromDOM(const std::shared_ptr<Object>&) {
+  throw NotSetUp();
+}
+
+std::shared_ptr<Object> IrregTimeSeries::ToDOM() {
+  throw NotSetUp();
+}
+
+}  // namespace varnock
