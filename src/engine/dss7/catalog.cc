@@ -105,7 +105,7 @@ Status DssFile::SortedCatalog(std::vector<CatalogEntry>* out, bool use_saved_lis
     const int64_t at = h[hdr::kSortListAddress];
     if (use_saved_list && h[hdr::kSortStatus] == sort_status::kValid &&
         count == static_cast<int64_t>(out->size()) && count <= h[hdr::kSortListCapacity] &&
-        at >= hdr::kWords && at <= physical_words_ - (count + 2)) {
+        count < physical_words_ && at >= hdr::kWords && at <= physical_words_ - (count + 2)) {
       std::vector<int64_t> list(static_cast<size_t>(count + 2));
       s = io_->ReadWords(at, list);
       if (s != Status::kOk) return s;

@@ -38,9 +38,9 @@ Status DssFile::Delete(std::string_view path) {
     if (st != Status::kOk) return st;
     Writer w(*this);
     auto& h = header_;
-    h[hdr::kRecordCount] = std::max<int64_t>(0, h[hdr::kRecordCount] - 1);
-    h[hdr::kDeleteCount] += 1;
-    h[hdr::kSortDeletes] += 1;
+    AddTo(h, hdr::kRecordCount, -1);
+    AddTo(h, hdr::kDeleteCount, 1);
+    AddTo(h, hdr::kSortDeletes, 1);
     MarkSortUnusable(h);
     w.CountAreas(probe.info, -1);
     h[hdr::kLastWriteTime] = Now();
@@ -74,9 +74,9 @@ Status DssFile::Undelete(std::string_view path) {
     if (st != Status::kOk) return st;
     Writer w(*this);
     auto& h = header_;
-    h[hdr::kRecordCount] += 1;
-    h[hdr::kDeleteCount] = std::max<int64_t>(0, h[hdr::kDeleteCount] - 1);
-    h[hdr::kSortDeletes] = std::max<int64_t>(0, h[hdr::kSortDeletes] - 1);
+    AddTo(h, hdr::kRecordCount, 1);
+    AddTo(h, hdr::kDeleteCount, -1);
+    AddTo(h, hdr::kSortDeletes, -1);
     MarkSortUnusable(h);
     w.CountAreas(probe.info, +1);
     h[hdr::kLastWriteTime] = Now();
@@ -138,9 +138,9 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
                             entry_status::kDeleted)) != Status::kOk) {
         return st;
       }
-      h[hdr::kRecordCount] = std::max<int64_t>(0, h[hdr::kRecordCount] - 1);
-      h[hdr::kDeleteCount] += 1;
-      h[hdr::kSortDeletes] += 1;
+      AddTo(h, hdr::kRecordCount, -1);
+      AddTo(h, hdr::kDeleteCount, 1);
+      AddTo(h, hdr::kSortDeletes, 1);
       w.CountAreas(target.info, -1);
       st = FindEntry(new_path, Want::kLive, &target);
       if (st != Status::kNotFound) return st == Status::kOk ? Status::kDamaged : st;
@@ -171,11 +171,11 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     if (!in_place) {
       auto dest = w.TailAt(b.address, b.Words());
       std::copy(info_words.begin(), info_words.end(), dest.begin());
-      h[hdr::kDeadSpace] += old.Words();
+      AddTo(h, hdr::kDeadSpace, old.Words());
     }
-    h[hdr::kRenameCount] += 1;
-    h[hdr::kSortDeletes] += 1;
-    h[hdr::kSortNewWrites] += 1;
+    AddTo(h, hdr::kRenameCount, 1);
+    AddTo(h, hdr::kSortDeletes, 1);
+    AddTo(h, hdr::kSortNewWrites, 1);
     h[hdr::kSortStatus] = sort_status::kUnusable;
     h[hdr::kLastWriteTime] = now;
     w.NoteNewPath(new_path, target);

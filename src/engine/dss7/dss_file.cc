@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kMaxAliasHops = 64;
 constexpr int64_t kMaxLockArray = 100;
+constexpr int64_t kMaxFileWords = int64_t{1} << 40;
 
 int64_t SystemMillis() {
   using namespace std::chrono;
@@ -102,7 +103,13 @@ Status DssFile::CheckGeometry() const {
   if (first_bin < hdr::kWords || first_bin > phys - (per_block * bin_size + 1)) {
     return Status::kInvalidHeader;
   }
-  if (h[hdr::kFileSize] < hdr::kWords) return Status::kInvalidHeader;
+  if (h[hdr::kFileSize] < hdr::kWords || h[hdr::kFileSize] > kMaxFileWords) {
+    return Status::kInvalidHeader;
+  }
+  // Lock areas: inside the file, or absent (0) in old pre-release files.
+  for (int w : {hdr::kLockWordsAddress, hdr::kWriteLockArrayAddress, hdr::kReadLockArrayAddress}) {
+    if (h[w] != 0 && (h[w] < hdr::kWords || h[w] > phys)) return Status::kInvalidHeader;
+  }
   return Status::kOk;
 }
 
@@ -324,7 +331,9 @@ Status DssFile::BeginWrite() {
   }
   in_write_ = true;
   // Another process may have written since we last looked.
-  const Status s = LoadHeader();
+  Status s = LoadHeader();
+  // Space is appended at fileSize: never past a file cut short.
+  if (s == Status::kOk && header_[hdr::kFileSize] > physical_words_) s = Status::kDamaged;
   if (s != Status::kOk) return EndWrite(s);
   return Status::kOk;
 }

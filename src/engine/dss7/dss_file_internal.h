@@ -2,6 +2,8 @@
 #ifndef VARNOCK_ENGINE_DSS7_DSS_FILE_INTERNAL_H_
 #define VARNOCK_ENGINE_DSS7_DSS_FILE_INTERNAL_H_
 
+#include <algorithm>
+#include <cstdint>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -71,6 +73,17 @@ class Writer {
   int64_t block_link_at_ = 0;
   int64_t block_link_value_ = 0;
 };
+
+// Header counters may hold anything in a damaged file: adding saturates, and counts never go
+// below zero.
+inline void AddTo(HeaderWords& h, int word, int64_t delta) {
+  int64_t sum = 0;
+  if (__builtin_add_overflow(h[word], delta, &sum)) sum = delta > 0 ? INT64_MAX : INT64_MIN;
+  h[word] = std::max<int64_t>(sum, 0);
+}
+inline int32_t Next(int32_t v) {
+  return v == INT32_MAX ? v : v + 1;
+}
 
 // Runs an operation, turning allocation failures into a status.
 template <typename F>

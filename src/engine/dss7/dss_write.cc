@@ -130,8 +130,8 @@ Status Writer::TakeBin(int64_t* bin) {
   if (h[hdr::kBinsLeftInBlock] > 0) {
     *bin = h[hdr::kNextBinAddress];
     if (*bin < hdr::kWords || *bin > f_.physical_words_ - bin_size) return Status::kDamaged;
-    h[hdr::kNextBinAddress] += bin_size;
-    h[hdr::kBinsLeftInBlock] -= 1;
+    AddTo(h, hdr::kNextBinAddress, bin_size);
+    AddTo(h, hdr::kBinsLeftInBlock, -(1));
     fresh_bin_ = *bin;
     fresh_bin_words_.assign(static_cast<size_t>(bin_size), 0);
   } else {
@@ -145,7 +145,7 @@ Status Writer::TakeBin(int64_t* bin) {
     h[hdr::kNextBinAddress] = block + bin_size;
     h[hdr::kBinsLeftInBlock] = h[hdr::kBinsPerBlock] - 1;
   }
-  h[hdr::kBinsUsed] += 1;
+  AddTo(h, hdr::kBinsUsed, 1);
   return Status::kOk;
 }
 
@@ -161,7 +161,7 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
     if (s != Status::kOk) return s;
     out->kind = Placement::Kind::kHashTable;
     out->link_address = h[hdr::kHashTableAddress] + probe.table_hash;
-    h[hdr::kHashesUsed] += 1;
+    AddTo(h, hdr::kHashesUsed, 1);
   } else {
     std::vector<int64_t> last(static_cast<size_t>(bin_size));
     Status s = f_.ReadBin(probe.last_bin, last);
@@ -185,7 +185,7 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
     if (s != Status::kOk) return s;
     out->kind = Placement::Kind::kOverflow;
     out->link_address = probe.last_bin + bin_size - 1;
-    h[hdr::kOverflowBins] += 1;
+    AddTo(h, hdr::kOverflowBins, 1);
   }
   out->offset = 0;
   return Status::kOk;
@@ -248,7 +248,7 @@ void Writer::NoteNewPath(std::string_view path, const DssFile::Probe& probe) {
     h[hdr::kMaxEntriesOneHash] = probe.entries_passed + 1;
     h[hdr::kMaxEntriesHashValue] = probe.table_hash;
   }
-  if (probe.chain_head != 0 && probe.collision) h[hdr::kHashCollisions] += 1;
+  if (probe.chain_head != 0 && probe.collision) AddTo(h, hdr::kHashCollisions, 1);
 }
 
 void Writer::NoteAreaMaxima(const InfoBlock& b) {
@@ -266,8 +266,7 @@ void Writer::NoteAreaMaxima(const InfoBlock& b) {
 void Writer::CountAreas(const InfoBlock& b, int64_t delta) {
   auto& h = f_.header_;
   for (int a = 0; a < kAreaCount; ++a) {
-    if (b.area_length[a] > 0)
-      h[kAreaCountWord[a]] = std::max<int64_t>(0, h[kAreaCountWord[a]] + delta);
+    if (b.area_length[a] > 0) AddTo(h, kAreaCountWord[a], delta);
   }
 }
 
@@ -338,11 +337,11 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
       EncodeInfoBlock(b, area);
       PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
       auto& h = header_;
-      h[hdr::kRecordCount] += 1;
-      h[hdr::kSortNewWrites] += 1;
+      AddTo(h, hdr::kRecordCount, 1);
+      AddTo(h, hdr::kSortNewWrites, 1);
       if (h[hdr::kSortStatus] == sort_status::kValid) h[hdr::kSortStatus] = sort_status::kAdded;
-      if (IsCollectionPath(path)) h[hdr::kCollectionCount] += 1;
-      if (meta != nullptr) h[hdr::kExpansionCount] += meta->expansions;
+      if (IsCollectionPath(path)) AddTo(h, hdr::kCollectionCount, 1);
+      if (meta != nullptr) AddTo(h, hdr::kExpansionCount, meta->expansions);
       w.CountAreas(b, +1);
       w.NoteNewPath(path, probe);
       w.NoteAreaMaxima(b);
@@ -367,11 +366,11 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
     const int64_t old_words = old.BodyWords();
     InfoBlock b = old;
     FillIdentity(data, options_.program, now, &b);
-    b.version = old.version + 1;
+    b.version = Next(old.version);
     if (meta != nullptr) {
       ApplyCopyMeta(*meta->source, &b);
       b.expansions = meta->expansions;
-      header_[hdr::kExpansionCount] += meta->expansions;
+      AddTo(header_, hdr::kExpansionCount, meta->expansions);
     }
     std::array<int64_t, 4> entry_words{};  // bin words 3..6
     entry_words[0] = old.address;
@@ -402,14 +401,14 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
                           WordsForInt32s(static_cast<int64_t>(data.areas[kValues3].size()));
     b.address = w.Allocate(total);
     b.status = entry_status::kLive;
-    if (meta == nullptr) b.expansions = old.expansions + 1;
+    if (meta == nullptr) b.expansions = Next(old.expansions);
     LayOut(data, b.address + info::kFixedWords + path_words, allocated, &b);
     auto area = w.TailAt(b.address, total);
     EncodeInfoBlock(b, area);
     PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
     entry_words[0] = b.address;
-    h[hdr::kDeadSpace] += old_int32 + old.Words();  // HEC's mixed units
-    h[hdr::kExpansionCount] += 1;
+    AddTo(h, hdr::kDeadSpace, old_int32 + old.Words());  // HEC's mixed units
+    AddTo(h, hdr::kExpansionCount, 1);
     w.NoteAreaMaxima(b);
     if ((st = w.WriteData()) != Status::kOk) return st;
     if ((st = WriteHeader()) != Status::kOk) return st;

@@ -44,6 +44,22 @@ Status FileIO::ReadInt32s(int64_t address, std::span<int32_t> out) {
   return s;
 }
 
+Status FileIO::LockWords(int64_t address, int64_t count) {
+  if (!AddressOk(address, static_cast<size_t>(count), 8) || count <= 0) return Status::kLockError;
+  return TryLock(address * 8, count * 8);
+}
+
+Status FileIO::UnlockWords(int64_t address, int64_t count) {
+  if (!AddressOk(address, static_cast<size_t>(count), 8) || count <= 0) return Status::kLockError;
+  return Unlock(address * 8, count * 8);
+}
+
+Status FileIO::TestWords(int64_t address, int64_t count, bool* held_by_other) {
+  *held_by_other = false;
+  if (!AddressOk(address, static_cast<size_t>(count), 8) || count <= 0) return Status::kLockError;
+  return TestLock(address * 8, count * 8, held_by_other);
+}
+
 Status FileIO::SizeWords(int64_t* words) {
   int64_t bytes = 0;
   const Status s = SizeBytes(&bytes);

@@ -36,11 +36,10 @@ class FileIO {
   // n int32s from a word address (4n bytes: an odd tail's pad is not read).
   Status ReadInt32s(int64_t address, std::span<int32_t> out);
   Status SizeWords(int64_t* words);  // whole words in the file
-  Status LockWords(int64_t address, int64_t count) { return TryLock(address * 8, count * 8); }
-  Status UnlockWords(int64_t address, int64_t count) { return Unlock(address * 8, count * 8); }
-  Status TestWords(int64_t address, int64_t count, bool* held_by_other) {
-    return TestLock(address * 8, count * 8, held_by_other);
-  }
+  // Word-range locks; kLockError for a range no file can have.
+  Status LockWords(int64_t address, int64_t count);
+  Status UnlockWords(int64_t address, int64_t count);
+  Status TestWords(int64_t address, int64_t count, bool* held_by_other);
 };
 
 }  // namespace varnock::engine::dss7
