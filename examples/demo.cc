@@ -1,54 +1,102 @@
-// Demo of the Varnock library: composes and parses pathnames, walks the interval vocabulary
-// and converts dates to and from HEC time.
+// Demo of the Varnock library: creates a DSS file in a temporary folder, stores an hourly and an
+// irregular series, reads them back, and prints the catalog, a few values and statistics.
+#include <cmath>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 #include <varnock/varnock.h>
 
+namespace {
+
+using namespace varnock;
+
+std::shared_ptr<RegularTimeSeries> HourlyFlows() {
+  auto flows = std::make_shared<RegularTimeSeries>();
+  auto path = flows->Pathname();
+  path->Apart("MISSOURI RIVER");
+  path->Bpart("HERMANN");
+  path->Cpart("FLOW");
+  path->Fpart("DEMO");
+  flows->Interval(60);
+  flows->Starting(Date::Serial(2024, 5, 1, 1, 0));
+  flows->ValueCount(24 * 45);  // spans two monthly blocks
+  flows->TsUnits("cfs");
+  flows->TsType("inst-val");
+  for (int32_t i = 0; i < flows->ValueCount(); ++i)
+    flows->Value(i, 52000.0f + 8000.0f * static_cast<float>(std::sin(i / 40.0)));
+  flows->Value(100, kMissingValue);
+  flows->Value(101, kMissingValue);
+  return flows;
+}
+
+std::shared_ptr<IrregTimeSeries> GaugeReadings() {
+  auto readings = std::make_shared<IrregTimeSeries>();
+  readings->Pathname()->Name("/MISSOURI RIVER/HERMANN/STAGE//IR-MONTH/DEMO/");
+  readings->TsUnits("ft");
+  readings->TsType("inst-val");
+  const double times[] = {0.25, 1.5, 3.0, 7.75, 12.125, 20.0, 33.5};
+  const float stages[] = {14.2f, 14.6f, 15.9f, 17.3f, 16.8f, 15.1f, 14.0f};
+  readings->ValueCount(7);
+  for (int32_t i = 0; i < 7; ++i) {
+    readings->DateTime(i, Date(Date::Serial(2024, 5, 1).Serial() + times[i]));
+    readings->Value(i, stages[i]);
+  }
+  return readings;
+}
+
+void Run(const std::filesystem::path& folder) {
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name((folder / "demo.dss").string());
+  db->Connect(true);
+  std::printf("created %s (DSS version %s)\n", db->Name().c_str(),
+              TrimBlanks(db->Inquire("FVER").ToString()).c_str());
+
+  HourlyFlows()->Store(db);
+  GaugeReadings()->Store(db);
+
+  std::printf("\ncatalog (%s records):\n", db->Inquire("NREC").ToString().c_str());
+  for (const auto& path : db->AsCollection(true))
+    std::printf("  %s\n", TrimTrailingBlanks(path->Name()).c_str());
+
+  auto flows = std::make_shared<RegularTimeSeries>();
+  flows->Pathname()->Name("/MISSOURI RIVER/HERMANN/FLOW//1HOUR/DEMO/");
+  flows->Starting(Date::Serial(2024, 5, 5, 0, 0));
+  flows->ValueCount(24 * 30);
+  flows->Retrieve(db);
+  flows->RefreshStatistics();
+  std::printf("\nhourly flow %s (%s), %d values from %s:\n", flows->TsUnits().c_str(),
+              flows->TsType().c_str(), flows->ValueCount(), flows->Starting().ToString().c_str());
+  for (int32_t i : {0, 1, 2, 3, 4, 719})
+    std::printf("  %-22s %10.1f\n", flows->DateTime(i).ToString().c_str(), flows->Value(i));
+  std::printf("  max %.1f  min %.1f  mean %.1f  missing %d\n", flows->MaxValue(), flows->MinValue(),
+              flows->MeanValue(), flows->MissingCount());
+
+  auto readings = std::make_shared<IrregTimeSeries>();
+  readings->Pathname()->Name("/MISSOURI RIVER/HERMANN/STAGE//IR-MONTH/DEMO/");
+  readings->Starting(Date::Serial(2024, 5, 1));
+  readings->Ending(Date::Serial(2024, 5, 31, 23, 59));
+  readings->Retrieve(db);
+  std::printf("\nirregular stage %s, %d readings:\n", readings->TsUnits().c_str(),
+              readings->ValueCount());
+  for (int32_t i = 0; i < readings->ValueCount(); ++i)
+    std::printf("  %-22s %6.2f\n", readings->DateTime(i).ToString().c_str(), readings->Value(i));
+  db->Disconnect();
+  db->PurgeMessageFile();
+}
+
+}  // namespace
+
 int main() {
-  using namespace varnock;
+  const auto folder = std::filesystem::temp_directory_path() / "varnock-demo";
   try {
-    auto path = std::make_shared<Pathname>();
-    path->Apart("Missouri River");
-    path->Bpart("Hermann");
-    path->Cpart("flow");
-    path->Dpart("01jan2001");
-    path->Interval(60);
-    path->Fpart("obs");
-    std::printf("composed pathname : %s\n", TrimTrailingBlanks(path->Name()).c_str());
-    std::printf("valid             : %s\n", path->IsValid() ? "yes" : "no");
-    std::printf("interval          : %d minutes (%s)\n", path->Interval(), path->Epart().c_str());
-
-    auto parsed = std::make_shared<Pathname>();
-    parsed->Name("/basin/gauge 7/stage//1day/rev 2/");
-    std::printf("parsed parts      : A=%s B=%s C=%s D=%s E=%s F=%s (%d minutes)\n",
-                parsed->Apart().c_str(), parsed->Bpart().c_str(), parsed->Cpart().c_str(),
-                parsed->Dpart().c_str(), parsed->Epart().c_str(), parsed->Fpart().c_str(),
-                parsed->Interval());
-    parsed->SetPartsFromString("B=SOUTH FORK F=SIM");
-    std::printf("after part string : %s\n", TrimTrailingBlanks(parsed->Name()).c_str());
-
-    const Date start = Date::Serial(2001, 3, 7, 9, 30);
-    std::string date_text, time_text;
-    DateToHecText(Variant(start), date_text, time_text);
-    const int32_t julian = hecDatJul(date_text);
-    std::printf("date              : %s -> HEC text %s %s -> julian day %d\n",
-                start.ToString().c_str(), date_text.c_str(), time_text.c_str(), julian);
-    std::printf("julian as text    : style 8 \"%s\", style 104 \"%s\", style -11 \"%s\"\n",
-                hecJulDat(julian, 8).c_str(), hecJulDat(julian, 104).c_str(),
-                hecJulDat(julian, -11).c_str());
-    std::printf("end of day        : julian %d + 1440 min = %s\n", julian,
-                HecTimeToDate(julian, 1440).ToString().c_str());
-    try {
-      hecDatJul("07.03.2001");
-    } catch (const AutomationError& error) {
-      std::printf("bad date          : error %d from %s: %s\n", error.Number(),
-                  error.Source().c_str(), error.Description().c_str());
-    }
-    PurgeMessages();
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    Run(folder);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "varnock-demo: %s\n", error.what());
     return 1;
   }
+  std::filesystem::remove_all(folder);
   return 0;
 }

@@ -112,8 +112,16 @@ class VARNOCK_API IHTSLStream : public virtual Object {
   virtual std::shared_ptr<Object> ToDOM() = 0;
 };
 
-// Transforms of a regular series.
-class VARNOCK_API IRTSTransform : public virtual Object {};
+// Transforms of a regular series, and its summary statistics.
+class VARNOCK_API IRTSTransform : public virtual Object {
+ public:
+  // Recomputes the statistics from the values; reading a statistic never recomputes it.
+  virtual void RefreshStatistics() = 0;
+  virtual float MaxValue() = 0;
+  virtual float MinValue() = 0;
+  virtual float MeanValue() = 0;
+  virtual int32_t MissingCount() = 0;
+};
 
 // Direct output of a series and import into it.
 class VARNOCK_API ITimeSeriesDirect : public virtual Object {};

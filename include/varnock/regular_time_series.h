@@ -12,6 +12,7 @@
 #include "varnock/date.h"
 #include "varnock/interfaces.h"
 #include "varnock/pathname.h"
+#include "varnock/statistics.h"
 
 namespace varnock {
 
@@ -73,6 +74,13 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   bool RecordExists(const std::shared_ptr<DSSDatabase>& pDB) override;
   std::string RecordDataType(const std::shared_ptr<DSSDatabase>& pDB) override;
 
+  // IRTSTransform
+  void RefreshStatistics() override;
+  float MaxValue() override { return Statistics().Max(); }
+  float MinValue() override { return Statistics().Min(); }
+  float MeanValue() override { return Statistics().Mean(); }
+  int32_t MissingCount() override { return Statistics().MissingCount(); }
+
   // IHTSLStream
   std::string Domain() override { return pathname_->Apart(); }
   void Domain(const std::string& value) override { pathname_->Apart(value); }
@@ -90,6 +98,7 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   void RequireStartAndCount() const;
   void RequireRegularInterval(int32_t interval) const;
   void ResizeKeeping(int32_t count);
+  clsStatistics& Statistics();
 
   std::string units_;
   std::string type_;
@@ -106,6 +115,7 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   AggregationTypes aggregation_ = atUseLast;
   bool user_window_ = false;
   bool interval_snap_ = false;
+  std::unique_ptr<clsStatistics> statistics_;  // created on first use
 };
 
 }  // namespace varnock

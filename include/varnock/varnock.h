@@ -13,6 +13,7 @@
 #include "varnock/pathname.h"
 #include "varnock/recordset.h"
 #include "varnock/regular_time_series.h"
+#include "varnock/statistics.h"
 #include "varnock/variant.h"
 
 #endif  // VARNOCK_VARNOCK_H_
