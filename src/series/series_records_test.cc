@@ -177,7 +177,9 @@ void ExpectSeriesMatchDump(const std::string& file, const std::string& dump) {
       EXPECT_EQ(ts->TsType(), record.type);
       for (size_t i = 0; i < record.values.size(); ++i)
         ASSERT_EQ(ts->Value(static_cast<int32_t>(i)), ClassicValue(record.values[i])) << i;
-      if (ts->Interval() <= 10080) EXPECT_EQ(ts->DateTime(ts->ValueCount() - 1), last);
+      if (ts->Interval() <= 10080) {
+        EXPECT_EQ(ts->DateTime(ts->ValueCount() - 1), last);
+      }
     } else {
       auto ts = std::make_shared<IrregTimeSeries>();
       ts->Pathname()->Name(record.path);
