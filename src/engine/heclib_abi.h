@@ -94,4 +94,24 @@ VARNOCK_HECLIB_API void ZSITS_(int32_t* ifltab, const char* path, int32_t path_l
                                const char* type, int32_t type_len, const int32_t* replace,
                                int32_t* status);
 
+// Paired data, single precision. `labels` is an array of label elements, each `labels_len`
+// characters long (ZRPD: `label_capacity` elements); logical `has_labels` as above.
+VARNOCK_HECLIB_API void ZRPD_(int32_t* ifltab, const char* path, int32_t path_len, int32_t* nord,
+                              int32_t* ncurve, int32_t* ihoriz, char* units1, int32_t units1_len,
+                              char* type1, int32_t type1_len, char* units2, int32_t units2_len,
+                              char* type2, int32_t type2_len, float* values,
+                              const int32_t* capacity, int32_t* nvals, char* labels,
+                              int32_t labels_len, const int32_t* label_capacity,
+                              int32_t* has_labels, int32_t* user_header,
+                              const int32_t* user_header_capacity, int32_t* user_header_count,
+                              int32_t* status);
+VARNOCK_HECLIB_API void ZSPD_(int32_t* ifltab, const char* path, int32_t path_len,
+                              const int32_t* nord, const int32_t* ncurve, const int32_t* ihoriz,
+                              const char* units1, int32_t units1_len, const char* type1,
+                              int32_t type1_len, const char* units2, int32_t units2_len,
+                              const char* type2, int32_t type2_len, const float* values,
+                              const char* labels, int32_t labels_len, const int32_t* has_labels,
+                              const int32_t* user_header, const int32_t* user_header_count,
+                              const int32_t* plan, int32_t* status);
+
 #endif  // VARNOCK_ENGINE_HECLIB_ABI_H_
