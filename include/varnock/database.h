@@ -11,6 +11,7 @@
 #include "varnock/dictionary.h"
 #include "varnock/heclib.h"
 #include "varnock/interfaces.h"
+#include "varnock/paired_data.h"
 #include "varnock/variant.h"
 
 namespace varnock {
@@ -84,6 +85,11 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
   void WriteIrregularGateway(const varnock::Pathname& pathname, const std::vector<float>& values,
                              const std::vector<Date>& dates, int32_t merge,
                              const std::string& units, const std::string& type);
+
+  // Paired-data gateways. The write leaves HECLIB's status in istat and raises nothing; the
+  // read raises 0x80042000 for every non-zero status.
+  void WritePairedGateway(const varnock::Pathname& pathname, const PairedData& data, int32_t plan);
+  void ReadPairedGateway(const varnock::Pathname& pathname, PairedData& data);
 
   // The file table of this connection, for the record gateways.
   FileTable& FileTableForGateways() { return ifltab_; }

@@ -125,6 +125,23 @@ VARNOCK_API int32_t hecZsits(FileTable& ifltab, const std::string& pathname, con
                              const float* values, int32_t nvals, int32_t base_julian,
                              const std::string& units, const std::string& type, int32_t replace);
 
+// Paired-data routines. Values are NORD x (NCURVE + 1) floats; labels are handed over as one
+// buffer of elements of `label_length` characters each.
+struct PairedDataHeader {
+  int32_t nord = 0;
+  int32_t ncurve = 0;
+  int32_t ihoriz = 0;
+  std::string units1, type1, units2, type2;  // 8-character fields
+};
+VARNOCK_API int32_t hecZrpd(FileTable& ifltab, const std::string& pathname,
+                            PairedDataHeader& header, float* values, int32_t capacity,
+                            int32_t& nvals, std::string& labels, int32_t label_length,
+                            int32_t label_capacity, bool& has_labels);
+VARNOCK_API int32_t hecZspd(FileTable& ifltab, const std::string& pathname,
+                            const PairedDataHeader& header, const float* values,
+                            const std::string& labels, int32_t label_length, bool has_labels,
+                            int32_t plan);
+
 // Inquiry and setting keywords with their descriptions, in HECLIB's documented order.
 struct KeywordDescription {
   const char* keyword;

@@ -10,6 +10,7 @@
 #include "varnock/interfaces.h"
 #include "varnock/irregular_time_series.h"
 #include "varnock/object.h"
+#include "varnock/paired_data.h"
 #include "varnock/pathname.h"
 #include "varnock/recordset.h"
 #include "varnock/regular_time_series.h"

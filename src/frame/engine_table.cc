@@ -43,7 +43,8 @@ bool ResolveAll(void* handle, EngineRoutines& table) {
          Resolve(handle, "ZDELET_", table.zdelet) && Resolve(handle, "ZUNDEL_", table.zundel) &&
          Resolve(handle, "ZCOREC_", table.zcorec) && Resolve(handle, "ZRRTS_", table.zrrts) &&
          Resolve(handle, "ZSRTS_", table.zsrts) && Resolve(handle, "ZRITS_", table.zrits) &&
-         Resolve(handle, "ZSITS_", table.zsits);
+         Resolve(handle, "ZSITS_", table.zsits) && Resolve(handle, "ZRPD_", table.zrpd) &&
+         Resolve(handle, "ZSPD_", table.zspd);
 }
 
 std::mutex load_mutex;

@@ -32,6 +32,8 @@ struct EngineRoutines {
   decltype(&ZSRTS_) zsrts;
   decltype(&ZRITS_) zrits;
   decltype(&ZSITS_) zsits;
+  decltype(&ZRPD_) zrpd;
+  decltype(&ZSPD_) zspd;
 };
 
 // The routines of the loaded engine; loads it on first use (raises when it cannot).
