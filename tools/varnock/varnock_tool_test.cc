@@ -1,0 +1,141 @@
+// Runs the varnock tool itself and checks its output, messages and exit codes.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "tests/support/fixture_path.h"
+#include "tests/support/temp_folder.h"
+
+namespace {
+
+using varnock::testing::TempFolder;
+
+struct Outcome {
+  int exit_code = -1;
+  std::string out;
+  std::string err;
+};
+
+// Runs the tool with the given argument text (already shell-quoted where needed).
+Outcome RunTool(const std::string& arguments, const TempFolder& folder) {
+  const std::string err_file = folder.File("stderr.txt");
+  const std::string command =
+      std::string("'") + VARNOCK_TOOL_PATH + "' " + arguments + " 2>'" + err_file + "'";
+  Outcome outcome;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return outcome;
+  char buffer[65536];
+  size_t read = 0;
+  while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+    outcome.out.append(buffer, read);
+  const int status = pclose(pipe);
+  outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  std::ifstream err(err_file);
+  std::stringstream text;
+  text << err.rdbuf();
+  outcome.err = text.str();
+  return outcome;
+}
+
+std::string Quoted(const std::string& text) {
+  return "'" + text + "'";
+}
+
+int CountLines(const std::string& text) {
+  return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST(VarnockToolTest, HelpAndUsageErrors) {
+  TempFolder folder;
+  const Outcome help = RunTool("--help", folder);
+  EXPECT_EQ(help.exit_code, 0);
+  EXPECT_NE(help.out.find("catalog"), std::string::npos);
+  for (const char* command : {"info", "catalog", "copy", "rename", "delete", "undelete"}) {
+    const Outcome one = RunTool(std::string(command) + " --help", folder);
+    EXPECT_EQ(one.exit_code, 0) << command;
+    EXPECT_EQ(one.out.rfind("usage: varnock " + std::string(command), 0), 0u) << one.out;
+  }
+  EXPECT_EQ(RunTool("frobnicate", folder).exit_code, 2);
+  const Outcome missing_args = RunTool("rename x.dss", folder);
+  EXPECT_EQ(missing_args.exit_code, 2);
+  EXPECT_EQ(CountLines(missing_args.err), 1);
+  EXPECT_EQ(RunTool("catalog a.dss --bogus", folder).exit_code, 2);
+}
+
+TEST(VarnockToolTest, InfoAndCatalogOfAReferenceFile) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string file = Quoted(folder.CopyIn(source, "fixture7.dss"));
+  const Outcome info = RunTool("info " + file, folder);
+  EXPECT_EQ(info.exit_code, 0);
+  EXPECT_NE(info.out.find("version       7-IX"), std::string::npos);
+  EXPECT_NE(info.out.find("records       27"), std::string::npos);
+
+  const Outcome catalog = RunTool("catalog " + file, folder);
+  EXPECT_EQ(catalog.exit_code, 0);
+  EXPECT_EQ(CountLines(catalog.out), 27);
+  EXPECT_NE(catalog.out.find("RTS  /FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/"),
+            std::string::npos);
+  const Outcome hourly = RunTool("catalog " + file + " '/fixtures/hourly/*/*/*/*/'", folder);
+  EXPECT_EQ(CountLines(hourly.out), 7);
+  const Outcome condensed = RunTool("catalog " + file + " --condensed", folder);
+  EXPECT_NE(condensed.out.find("/FIXTURES/HOURLY/FLOW/01Jan2021 - 01Apr2021/1Hour/F77-ZSRTS/  "
+                               "(4 blocks)"),
+            std::string::npos);
+  const Outcome none = RunTool("catalog " + file + " '/NOPE/*/*/*/*/*/'", folder);
+  EXPECT_EQ(none.exit_code, 4);
+}
+
+TEST(VarnockToolTest, FilesItCannotOpen) {
+  TempFolder folder;
+  const Outcome missing = RunTool("info " + Quoted(folder.File("absent.dss")), folder);
+  EXPECT_EQ(missing.exit_code, 3);
+  EXPECT_EQ(missing.err,
+            "varnock info: Unable to connect to the DSS file: " + folder.File("absent.dss") + "\n");
+  std::ofstream(folder.File("text.dss")) << std::string(5000, 'x');
+  EXPECT_EQ(RunTool("catalog " + Quoted(folder.File("text.dss")), folder).exit_code, 3);
+  VARNOCK_REQUIRE_FIXTURE(version6, "fixture6.dss");
+  const Outcome old = RunTool("info " + Quoted(version6), folder);
+  EXPECT_EQ(old.exit_code, 3);
+  EXPECT_NE(old.err.find("incompatible DSS versions."), std::string::npos);
+}
+
+TEST(VarnockToolTest, RecordUtilities) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string file = Quoted(folder.CopyIn(source, "fixture7.dss"));
+  const std::string copy = Quoted(folder.File("copy.dss"));
+  const std::string flow = "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/";
+
+  EXPECT_EQ(RunTool("copy " + file + " " + copy + " '/FIXTURES/HOURLY/*/*/*/*/'", folder).exit_code,
+            0);
+  EXPECT_EQ(CountLines(RunTool("catalog " + copy, folder).out), 7);
+  EXPECT_EQ(RunTool("copy " + file + " " + file + " " + Quoted(flow), folder).exit_code, 2);
+  EXPECT_EQ(
+      RunTool("copy " + file + " " + file + " " + Quoted(flow) + " --to /X/Y/Z/01Jan2021/1Hour/W/",
+              folder)
+          .exit_code,
+      0);
+  EXPECT_EQ(RunTool("rename " + copy + " " + Quoted(flow) + " /R/E/N/01Jan2021/1Hour/D/", folder)
+                .exit_code,
+            0);
+  const Outcome renamed_again =
+      RunTool("rename " + copy + " " + Quoted(flow) + " /A/B/C/D/E/F/", folder);
+  EXPECT_EQ(renamed_again.exit_code, 4);
+  EXPECT_NE(renamed_again.err.find("Pathname not found:"), std::string::npos);
+
+  EXPECT_EQ(RunTool("delete " + copy + " '/*/*/ELEV/*/*/*/'", folder).exit_code, 0);
+  EXPECT_EQ(CountLines(RunTool("catalog " + copy, folder).out), 4);
+  EXPECT_EQ(RunTool("delete " + copy + " '/*/*/ELEV/*/*/*/'", folder).exit_code, 4);
+  EXPECT_EQ(RunTool("undelete " + copy + " '/*/*/ELEV/*/*/*/'", folder).exit_code, 0);
+  const Outcome after = RunTool("catalog " + copy, folder);
+  EXPECT_EQ(CountLines(after.out), 7);
+  EXPECT_NE(after.out.find("/R/E/N/01Jan2021/1Hour/D/"), std::string::npos);
+  EXPECT_EQ(CountLines(RunTool("catalog " + file, folder).out), 28);
+}
+
+}  // namespace
