@@ -1,0 +1,274 @@
+#include "engine/series/record_codec.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "engine/dss7/layout.h"
+
+namespace varnock::engine::series {
+namespace h = ts_header;
+namespace {
+
+static_assert(std::endian::native == std::endian::little,
+              "value images are copied as they lie in memory");
+
+constexpr int64_t kMaxInts = dss7::kMaxAreaInt32;
+
+int64_t RoundEven(int64_t n) {
+  return n + (n & 1);
+}
+
+std::string_view TrimRight(std::string_view s) {
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\0'))
+    s.remove_suffix(1);
+  return s;
+}
+
+// Reads NUL-separated strings from `bytes` into up to three outputs.
+void UnpackStrings(std::string_view bytes, std::string* units, std::string* type,
+                   std::string* zone) {
+  std::string* outs[] = {units, type, zone};
+  bytes = bytes.substr(0, 200);
+  for (std::string* out : outs) {
+    const size_t end = bytes.find('\0');
+    const std::string_view one = bytes.substr(0, end);
+    const std::string_view trimmed = TrimRight(one);
+    out->assign(trimmed.find_first_not_of(' ') == std::string_view::npos ? std::string_view()
+                                                                         : trimmed);
+    if (end == std::string_view::npos) break;
+    bytes.remove_prefix(end + 1);
+  }
+}
+
+std::string_view Bytes(std::span<const int32_t> ints) {
+  return {reinterpret_cast<const char*>(ints.data()), ints.size() * 4};
+}
+
+// One repeat-compressible section (values, quality or integer notes) of `elem` ints a step.
+struct Section {
+  int32_t number;  // ints stored
+  int32_t elem;    // ints per time step
+  int32_t flag;    // 0 none, 1 repeat bitmap, 2 all equal
+};
+
+// Expands a section starting at v1[pos] into out (count * elem ints). The bitmap, when flag 1,
+// is taken from header2 at *bitmap_at, which then moves past it.
+bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_t pos,
+            std::span<const int32_t> header2, int64_t* bitmap_at, std::vector<int32_t>* out) {
+  if (s.elem < 0 || s.number < 0 || pos + s.number > static_cast<int64_t>(v1.size())) return false;
+  out->assign(static_cast<size_t>(count) * s.elem, 0);
+  if (s.elem == 0 || count == 0) return s.number == 0;
+  const int32_t* src = v1.data() + pos;
+  if (s.flag == 0) {
+    if (s.number != int64_t{count} * s.elem) return false;
+    std::copy_n(src, s.number, out->begin());
+    return true;
+  }
+  if (s.flag == 2) {
+    if (s.number != s.elem) return false;
+    for (int32_t i = 0; i < count; ++i)
+      std::copy_n(src, s.elem, out->begin() + int64_t{i} * s.elem);
+    return true;
+  }
+  if (s.flag != 1) return false;
+  const int64_t words = (int64_t{count} + 31) / 32;
+  if (*bitmap_at + words > static_cast<int64_t>(header2.size())) return false;
+  const int32_t* bits = header2.data() + *bitmap_at;
+  *bitmap_at += words;
+  int64_t taken = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    const bool repeat = (static_cast<uint32_t>(bits[i / 32]) >> (i % 32)) & 1u;
+    int32_t* dst = out->data() + int64_t{i} * s.elem;
+    if (repeat && i > 0) {
+      std::copy_n(dst - s.elem, s.elem, dst);
+      continue;
+    }
+    if (repeat || (taken + 1) * s.elem > s.number) return false;
+    std::copy_n(src + taken * s.elem, s.elem, dst);
+    ++taken;
+  }
+  return taken * s.elem == s.number;
+}
+
+bool TypeFits(int32_t type, bool irregular, int32_t* value_size) {
+  const int32_t base = irregular ? kIrregularFloat : kRegularFloat;
+  if (type == base)
+    *value_size = 1;
+  else if (type == base + 5)
+    *value_size = 2;
+  else
+    return false;
+  return true;
+}
+
+}  // namespace
+
+float ToFloat(double v) {
+  if (std::isnan(v) || std::fabs(v) <= FLT_MAX) return static_cast<float>(v);
+  return v > 0 ? HUGE_VALF : -HUGE_VALF;
+}
+
+std::string PackStrings(std::span<const std::string_view> strings) {
+  std::string out;
+  for (std::string_view s : strings) {
+    s = TrimRight(s);
+    out.append(s);
+    const size_t used = s.size() + 1;
+    if (s.empty())
+      out.append(7, ' ');
+    else if (used % 8 != 0)
+      out.append(8 - used % 8, ' ');
+    out.push_back('\0');
+  }
+  return out;
+}
+
+DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_version,
+                          SeriesBlock* out) {
+  const std::vector<int32_t>& ih = record.areas[dss7::kInternalHeader];
+  const std::vector<int32_t>& h2 = record.areas[dss7::kHeader2];
+  const std::vector<int32_t>& v1 = record.areas[dss7::kValues1];
+  const int32_t type = record.info.type;
+  if (type < (irregular ? 110 : 100) || type >= (irregular ? 200 : 110))
+    return DecodeResult::kWrongType;
+  if (!TypeFits(type, irregular, &out->value_size) ||
+      static_cast<int64_t>(ih.size()) < h::kFixedInts)
+    return DecodeResult::kDamaged;
+  out->record_type = type;
+  out->info = record.info;
+  out->granularity = ih[h::kGranularity];
+  out->precision = ih[h::kPrecision];
+  out->offset = irregular ? 0 : ih[h::kOffset];
+  out->first_position = ih[h::kFirstPosition];
+  out->last_position = ih[h::kLastPosition];
+  const int64_t count = record.info.data_count;
+  if (ih[h::kDepths] != 0 || ih[h::kValueSize] != out->value_size ||
+      ih[h::kElementSize] != out->value_size || count < 0 || count > kMaxInts)
+    return DecodeResult::kDamaged;
+  out->count = static_cast<int32_t>(count);
+  if (!irregular && (out->first_position < 0 || out->last_position < out->first_position ||
+                     int64_t{out->last_position} - out->first_position + 1 != count))
+    return DecodeResult::kDamaged;
+
+  // Strings: after the blank filler, or at int 17 in records of the legacy layout.
+  const int64_t strings_at =
+      (ih.size() > h::kFiller && (ih[h::kFiller] == 0 || ih[h::kFiller] == h::kBlanks))
+          ? h::kStrings
+          : h::kFiller;
+  const std::span<const int32_t> string_ints =
+      strings_at < static_cast<int64_t>(ih.size())
+          ? std::span<const int32_t>(ih).subspan(static_cast<size_t>(strings_at))
+          : std::span<const int32_t>();
+  UnpackStrings(Bytes(string_ints), &out->units, &out->type, &out->zone);
+
+  const bool padded = file_version >= kFirstPaddedLayout;
+  int64_t pos = 0;
+  if (irregular) {
+    if (count > static_cast<int64_t>(v1.size())) return DecodeResult::kDamaged;
+    out->times.assign(v1.begin(), v1.begin() + count);
+    int32_t previous = 0;
+    for (int32_t t : out->times) {
+      if (t < previous) return DecodeResult::kDamaged;
+      previous = t;
+    }
+    pos = count;
+  } else {
+    out->times.clear();
+  }
+  int64_t bitmap_at = 0;
+  const Section values{ih[h::kValuesNumber], out->value_size, ih[h::kValuesCompression]};
+  if (!Expand(values, out->count, v1, pos, h2, &bitmap_at, &out->values))
+    return DecodeResult::kDamaged;
+  pos += values.number;
+  if (padded) pos = RoundEven(pos);
+
+  out->quality_size = ih[h::kQualitySize];
+  const Section quality{ih[h::kQualityNumber], out->quality_size, ih[h::kQualityCompression]};
+  if (out->quality_size < 0 || out->quality_size > 64 ||
+      !Expand(quality, out->count, v1, pos, h2, &bitmap_at, &out->quality))
+    return DecodeResult::kDamaged;
+  pos += quality.number;
+  if (padded) pos = RoundEven(pos);
+
+  out->inote_size = ih[h::kInoteSize];
+  const int32_t cnote_bytes = ih[h::kCnotesLength];
+  out->has_cnotes = cnote_bytes > 0;
+  out->cnotes.clear();
+  if (out->inote_size < 0 || out->inote_size > 64 || cnote_bytes < 0 ||
+      (out->has_cnotes && out->inote_size > 0))
+    return DecodeResult::kDamaged;
+  if (out->has_cnotes) {
+    const int64_t ints = (int64_t{cnote_bytes} + 3) / 4;
+    if (ih[h::kNotesNumber] != ints || pos + ints > static_cast<int64_t>(v1.size()))
+      return DecodeResult::kDamaged;
+    out->cnotes.assign(Bytes(std::span<const int32_t>(v1).subspan(static_cast<size_t>(pos)))
+                           .substr(0, static_cast<size_t>(cnote_bytes)));
+    if (std::count(out->cnotes.begin(), out->cnotes.end(), '\0') != count ||
+        out->cnotes.back() != '\0')
+      return DecodeResult::kDamaged;
+    out->inotes.clear();
+  } else {
+    const Section notes{ih[h::kNotesNumber], out->inote_size, ih[h::kNotesCompression]};
+    if (!Expand(notes, out->count, v1, pos, h2, &bitmap_at, &out->inotes))
+      return DecodeResult::kDamaged;
+  }
+  out->user_header = record.areas[dss7::kUserHeader];
+  return DecodeResult::kOk;
+}
+
+void EncodeSeries(const SeriesBlock& b, int file_version, std::vector<int32_t>* header,
+                  std::vector<int32_t>* values1) {
+  const bool padded = file_version >= kFirstPaddedLayout;
+  std::string strings;
+  if (padded) {
+    const std::string_view parts[] = {b.units, b.type, b.zone};
+    strings = PackStrings(parts);
+  } else {
+    for (const std::string* s : {&b.units, &b.type, &b.zone}) {
+      strings.append(TrimRight(*s));
+      strings.push_back('\0');
+    }
+    strings.resize((strings.size() + 3) / 4 * 4, '\0');
+  }
+  const int strings_at = padded ? h::kStrings : h::kFiller;
+  header->assign(static_cast<size_t>(strings_at) + strings.size() / 4, 0);
+  int32_t* ih = header->data();
+  const int32_t n = b.count;
+  const int32_t cnote_bytes = b.has_cnotes ? static_cast<int32_t>(b.cnotes.size()) : 0;
+  ih[h::kGranularity] = b.granularity;
+  ih[h::kPrecision] = b.precision;
+  ih[h::kOffset] = b.offset;
+  ih[h::kFirstPosition] = b.first_position;
+  ih[h::kLastPosition] = b.last_position;
+  ih[h::kValuesNumber] = n * b.value_size;
+  ih[h::kValueSize] = b.value_size;
+  ih[h::kElementSize] = b.value_size;
+  ih[h::kQualityNumber] = n * b.quality_size;
+  ih[h::kQualitySize] = b.quality_size;
+  ih[h::kNotesNumber] = b.has_cnotes ? (cnote_bytes + 3) / 4 : n * b.inote_size;
+  ih[h::kInoteSize] = b.has_cnotes ? 0 : b.inote_size;
+  ih[h::kCnotesLength] = cnote_bytes;
+  if (padded) ih[h::kFiller] = h::kBlanks;
+  std::memcpy(ih + strings_at, strings.data(), strings.size());
+
+  values1->clear();
+  auto pad = [&] {
+    if (padded && (values1->size() & 1)) values1->push_back(0);
+  };
+  values1->insert(values1->end(), b.times.begin(), b.times.end());
+  values1->insert(values1->end(), b.values.begin(), b.values.end());
+  pad();
+  values1->insert(values1->end(), b.quality.begin(), b.quality.end());
+  pad();
+  if (b.has_cnotes) {
+    const size_t at = values1->size();
+    values1->resize(at + static_cast<size_t>(ih[h::kNotesNumber]), 0);
+    std::memcpy(values1->data() + at, b.cnotes.data(), b.cnotes.size());
+  } else {
+    values1->insert(values1->end(), b.inotes.begin(), b.inotes.end());
+  }
+  pad();
+}
+
+}  // namespace varnock::engine::series

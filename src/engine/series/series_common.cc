@@ -1,0 +1,184 @@
+#include <algorithm>
+
+#include "engine/dates.h"
+#include "engine/fixed_text.h"
+#include "engine/pathname_rules.h"
+#include "engine/series/series_internal.h"
+
+namespace varnock::engine::series {
+namespace internal {
+
+SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
+                       SeriesBlock* out, bool* found) {
+  dss7::Record record;
+  const dss7::Status s = file.ReadRecord(path, &record);
+  *found = false;
+  if (s == dss7::Status::kNotFound) return {};
+  if (!dss7::Ok(s)) return FileFail(s);
+  switch (DecodeSeries(record, irregular, file.version().full, out)) {
+    case DecodeResult::kOk:
+      *found = true;
+      return {};
+    case DecodeResult::kWrongType:
+      return Fail(SeriesCode::kWrongType);
+    case DecodeResult::kDamaged:
+      break;
+  }
+  return Fail(SeriesCode::kDamaged);
+}
+
+SeriesStatus CheckInput(const SeriesInput& in, size_t n) {
+  const bool sizes_ok = in.quality_size >= 0 && in.quality_size <= 64 && in.inote_size >= 0 &&
+                        in.inote_size <= 64 &&
+                        in.quality.size() == n * static_cast<size_t>(in.quality_size) &&
+                        in.inotes.size() == n * static_cast<size_t>(in.inote_size);
+  if (!sizes_ok || (in.has_cnotes && in.inote_size > 0)) return Fail(SeriesCode::kBadInput);
+  if (in.has_cnotes &&
+      (static_cast<size_t>(std::count(in.cnotes.begin(), in.cnotes.end(), '\0')) != n ||
+       in.cnotes.back() != '\0'))
+    return Fail(SeriesCode::kBadInput);
+  return {};
+}
+
+SeriesStatus MergeSizes(const SeriesInput& in, const SeriesBlock* existing, SeriesBlock* out) {
+  out->quality_size = in.quality_size;
+  out->inote_size = in.inote_size;
+  out->has_cnotes = in.has_cnotes;
+  if (existing == nullptr) return {};
+  auto merge = [](int32_t incoming, int32_t stored, int32_t* result) {
+    if (incoming > 0 && stored > 0 && incoming != stored) return false;
+    *result = std::max(incoming, stored);
+    return true;
+  };
+  if (!merge(in.quality_size, existing->quality_size, &out->quality_size) ||
+      !merge(in.inote_size, existing->inote_size, &out->inote_size))
+    return Fail(SeriesCode::kIncompatible);
+  out->has_cnotes = in.has_cnotes || existing->has_cnotes;
+  if (out->has_cnotes && out->inote_size > 0) return Fail(SeriesCode::kIncompatible);
+  return {};
+}
+
+bool InCalendar(Instant t) {
+  constexpr Instant kFirst = MakeInstant(-693594, 0);     // 01Jan0001 0000
+  constexpr Instant kLast = MakeInstant(2958464, 86400);  // 31Dec9999 2400 and a day to spare
+  return t >= kFirst && t <= kLast;
+}
+
+dss7::DateTime ToDateTime(Instant t) {
+  const DaySecond ds = SplitInstant(t);
+  return {ds.julian, ds.seconds};
+}
+
+SeriesStatus Encode(const SeriesBlock& block, int file_version, Prepared* out) {
+  EncodeSeries(block, file_version, &out->header, &out->values1);
+  if (static_cast<int64_t>(out->values1.size()) > dss7::kMaxAreaInt32)
+    return Fail(SeriesCode::kTooLarge);
+  out->type = block.record_type;
+  out->data_count = block.count;
+  out->user_header = block.user_header;
+  return {};
+}
+
+SeriesStatus WriteAll(dss7::DssFile& file, const std::vector<Prepared>& blocks) {
+  for (const Prepared& p : blocks) {
+    if (p.remove) {
+      const dss7::Status s = file.Delete(p.path);
+      if (!dss7::Ok(s) && s != dss7::Status::kNotFound) return FileFail(s);
+      continue;
+    }
+    dss7::RecordData data;
+    data.type = p.type;
+    data.areas[dss7::kInternalHeader] = p.header;
+    data.areas[dss7::kUserHeader] = p.user_header;
+    data.areas[dss7::kValues1] = p.values1;
+    data.allocated = static_cast<int64_t>(p.values1.size() + (p.values1.size() & 1));
+    data.data_count = p.data_count;
+    data.logical_count = p.logical_count;
+    data.first = p.first;
+    data.last = p.last;
+    const dss7::Status s = file.Store(p.path, data);
+    if (!dss7::Ok(s)) return FileFail(s);
+  }
+  return {};
+}
+
+void NoteOffsets(std::string_view notes, int32_t count, std::vector<uint32_t>* offsets) {
+  offsets->assign(static_cast<size_t>(count) + 1, static_cast<uint32_t>(notes.size()));
+  uint32_t at = 0;
+  for (int32_t i = 0; i < count && at <= notes.size(); ++i) {
+    (*offsets)[static_cast<size_t>(i)] = at;
+    const size_t end = notes.find('\0', at);
+    at = end == std::string_view::npos ? static_cast<uint32_t>(notes.size())
+                                       : static_cast<uint32_t>(end + 1);
+  }
+}
+
+}  // namespace internal
+
+SeriesStatus ParseSeriesPath(std::string_view path, bool irregular, SeriesPath* out) {
+  path = TrimTrailingBlanks(path);
+  PathnameParts parts;
+  if (path.size() < 2 || path.size() > static_cast<size_t>(kMaxPathnameLength) ||
+      path.front() != '/' || SplitPathname(path, &parts) != 0)
+    return internal::Fail(SeriesCode::kBadPath);
+  for (int i = 0; i < 6; ++i) {
+    out->parts[i] = parts.length[i] == 0 ? std::string_view()
+                                         : path.substr(static_cast<size_t>(parts.begin[i] - 1),
+                                                       static_cast<size_t>(parts.length[i]));
+  }
+  out->interval = FindInterval(TrimBlanks(out->parts[4]));
+  if (out->interval == nullptr || out->interval->irregular != irregular)
+    return internal::Fail(SeriesCode::kBadInterval);
+  return {};
+}
+
+std::string SeriesPath::BlockPath(int32_t block) const {
+  std::string p = "/";
+  for (int i = 0; i < 6; ++i) {
+    if (i == 3)
+      p += BlockDate(block);
+    else if (i == 4)
+      p += interval->name;
+    else
+      p += parts[i];
+    p += '/';
+  }
+  return p;
+}
+
+namespace {
+
+SeriesStatus BlockOfDPart(std::string_view path, bool irregular, SeriesPath* sp, int32_t* block) {
+  const SeriesStatus s = ParseSeriesPath(path, irregular, sp);
+  if (!s.ok()) return s;
+  int32_t julian = 0;
+  const std::string_view d = TrimBlanks(sp->parts[3]);
+  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0)
+    return internal::Fail(SeriesCode::kBadTime);
+  *block = BlockStart(sp->interval->block, julian);
+  return {};
+}
+
+}  // namespace
+
+SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* count) {
+  SeriesPath sp;
+  int32_t block = 0;
+  const SeriesStatus s = BlockOfDPart(path, false, &sp, &block);
+  if (!s.ok()) return s;
+  *start = FirstStandardTime(*sp.interval, block);
+  *count = ValuesPerBlock(*sp.interval, block);
+  return {};
+}
+
+SeriesStatus IrregularBlockWindow(std::string_view path, Instant* first, Instant* last) {
+  SeriesPath sp;
+  int32_t block = 0;
+  const SeriesStatus s = BlockOfDPart(path, true, &sp, &block);
+  if (!s.ok()) return s;
+  *first = MakeInstant(block, 1);
+  *last = MakeInstant(NextBlockStart(sp.interval->block, block), 0);
+  return {};
+}
+
+}  // namespace varnock::engine::series
