@@ -56,9 +56,11 @@ struct Section {
 // is taken from header2 at *bitmap_at, which then moves past it.
 bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_t pos,
             std::span<const int32_t> header2, int64_t* bitmap_at, std::vector<int32_t>* out) {
-  if (s.elem < 0 || s.number < 0 || pos + s.number > static_cast<int64_t>(v1.size())) return false;
+  if (s.elem < 0 || s.number < 0) return false;
   out->assign(static_cast<size_t>(count) * s.elem, 0);
   if (s.elem == 0 || count == 0) return s.number == 0;
+  // The pad after the last section may be missing (records of 7-IQ files end without it).
+  if (pos + s.number > static_cast<int64_t>(v1.size())) return false;
   const int32_t* src = v1.data() + pos;
   if (s.flag == 0) {
     if (s.number != int64_t{count} * s.elem) return false;
