@@ -1,0 +1,68 @@
+// ZCAT for DSS-7 files: the catalog text file in HECLIB 6's abbreviated layout (a 10-line
+// header, then "number  tag  pathname" per live record), which the library reads back by
+// skipping 10 lines and splitting at "/".
+#ifndef VARNOCK_ENGINE_CATALOG_FILE_H_
+#define VARNOCK_ENGINE_CATALOG_FILE_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "engine/file_routines.h"
+
+namespace varnock::engine {
+
+// Where a record goes in a sorted catalog. Parts compare in the order A, B, C, F, E, D, each
+// as if blank-padded to the longest such part, byte by byte. For time series (types
+// 100..199) E compares by interval (irregular blocks before regular intervals, shorter first)
+// and D by date (dates before any D part that is not one). When A, B, C and F tie, records
+// that are not time series come before time series. Ties end in file order.
+struct CatalogSortKey {
+  std::array<std::string_view, 6> parts{};  // A..F; an unsplittable path is all in A
+  bool series = false;
+  int32_t e_class = 2;  // 0 irregular, 1 regular, 2 neither
+  int64_t e_value = 0;  // block rank or seconds
+  bool d_is_date = false;
+  int32_t d_julian = 0;
+  std::size_t position = 0;  // in file order
+};
+
+// The key keeps views into path, which must outlive it.
+CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position);
+bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b);
+
+// What the header shows.
+struct CatalogHeader {
+  std::string_view file_name;  // as inquiry NAME gives it
+  int64_t record_count = 0;
+  bool sorted = false;
+  LocalStamp now;
+  int32_t file_created_julian = 0;  // 0: unknown, shown blank
+  std::string_view file_version;    // e.g. "7-JA"
+};
+std::array<std::string, 10> CatalogHeaderLines(const CatalogHeader& header);
+
+// One record line: number right-aligned in 6 columns (7 from 1,000,000 on), tag in columns
+// 9-16, pathname from column 19.
+std::string CatalogRecordLine(int64_t number, std::string_view tag, std::string_view path);
+
+struct CatalogRequest {
+  int32_t unit = 0;            // ICUNIT, connected by the caller (FORTRANOPEN)
+  int32_t condensed_unit = 0;  // ICDUNT: no condensed catalog is made
+  int32_t input_unit = 0;      // INUNIT: re-sorting an old catalog is not supported
+  bool sorted = false;         // LDOSRT
+};
+
+// ZCAT. Returns NORECS, the record lines written. Unlike HECLIB, a file without records still
+// gets the header (count 0), so no old catalog is left behind on the unit. Only the
+// abbreviated form is written, and instructions (CINSTR) are not taken: the caller's
+// abbreviation flag and instruction text do not reach here. Nothing is written for a table
+// that is not open, an unconnected unit, an INUNIT other than 0, or a file whose index cannot
+// be read (messages only, and the file's failure into the status word).
+int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request);
+
+}  // namespace varnock::engine
+
+#endif  // VARNOCK_ENGINE_CATALOG_FILE_H_
