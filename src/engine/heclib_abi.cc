@@ -3,19 +3,18 @@
 // output is not written.
 #include "engine/heclib_abi.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <string>
 
+#include "engine/catalog_file.h"
 #include "engine/dates.h"
-#include "engine/dss_file_name.h"
+#include "engine/file_routines.h"
 #include "engine/fixed_text.h"
 #include "engine/message_units.h"
 #include "engine/options.h"
 #include "engine/pathname_rules.h"
+#include "engine/record_utilities.h"
 
 namespace engine = varnock::engine;
 
@@ -28,6 +27,19 @@ int32_t ValueOr0(const int32_t* value) {
 void Store(int32_t* target, int32_t value) {
   if (target != nullptr) *target = value;
 }
+
+// The file routines allocate; running out of memory must not unwind into the caller, so each
+// stores its failure answer first and runs under this.
+template <typename F>
+void WithoutThrowing(F&& routine) noexcept {
+  try {
+    routine();
+  } catch (...) {
+  }
+}
+
+// Statuses given when memory runs out.
+constexpr int32_t kNoMemory = 60;
 
 }  // namespace
 
@@ -58,29 +70,24 @@ void ZINQIR_(int32_t* ifltab, const char* keyword, int32_t keyword_len, char* te
                   number != nullptr ? number : &unused);
 }
 
-// PLACEHOLDER until the DSS-7 file layer (src/engine/dss7/) takes over ZOPEN_, ZCLOSE_ and
-// ZFVER_: no file can be opened yet.
 void ZOPEN_(int32_t* ifltab, const char* name, int32_t name_len, int32_t* status) {
-  (void)name;
-  (void)name_len;
-  Store(ifltab, 0);
   Store(status, -1);
+  WithoutThrowing(
+      [&] { Store(status, engine::OpenTableFile(ifltab, engine::InText(name, name_len))); });
 }
 
-// PLACEHOLDER (see ZOPEN_): word 1 is the only word used so far.
 void ZCLOSE_(int32_t* ifltab) {
-  Store(ifltab, 0);
+  WithoutThrowing([&] { engine::CloseTableFile(ifltab); });
 }
 
-// PLACEHOLDER (see ZOPEN_): tells a missing file (-1) from one it cannot read yet (-3).
 void ZFVER_(const char* name, int32_t name_len, char* version, int32_t version_len,
             int32_t* version_number) {
   engine::AssignBlankPadded(engine::OutText(version, version_len), {});
-  std::string path;
-  struct stat info {};
-  const bool exists = engine::NormaliseDssFileName(engine::InText(name, name_len), &path) &&
-                      path.find('\0') == std::string::npos && stat(path.c_str(), &info) == 0;
-  Store(version_number, exists ? -3 : -1);
+  Store(version_number, -2);
+  WithoutThrowing([&] {
+    Store(version_number, engine::ProbeFileVersion(engine::InText(name, name_len),
+                                                   engine::OutText(version, version_len)));
+  });
 }
 
 void DATJUL_(const char* date, int32_t date_len, int32_t* julian, int32_t* error) {
@@ -136,4 +143,76 @@ void ZGPNP_(const char* line, int32_t line_len, char* a, int32_t a_len, char* b,
        engine::OutText(d, d_len), engine::OutText(e, e_len), engine::OutText(f, f_len)},
       &lengths);
   if (part_lengths != nullptr) std::copy(lengths.begin(), lengths.end(), part_lengths);
+}
+
+void ZCAT_(int32_t* ifltab, const int32_t* catalog_unit, const int32_t* condensed_unit,
+           const int32_t* input_unit, const char* instructions, int32_t instructions_len,
+           const int32_t* abbreviated, const int32_t* sorted, int32_t* condensed_made,
+           int32_t* record_count) {
+  // Only the abbreviated form of a full catalog is written (see WriteCatalog).
+  (void)instructions;
+  (void)instructions_len;
+  (void)abbreviated;
+  Store(condensed_made, 0);
+  Store(record_count, 0);
+  engine::CatalogRequest request;
+  request.unit = ValueOr0(catalog_unit);
+  request.condensed_unit = ValueOr0(condensed_unit);
+  request.input_unit = ValueOr0(input_unit);
+  request.sorted = ValueOr0(sorted) != 0;
+  WithoutThrowing([&] { Store(record_count, engine::WriteCatalog(ifltab, request)); });
+}
+
+void ZDTYPE_(int32_t* ifltab, const char* path, int32_t path_len, int32_t* data_words,
+             int32_t* found, char* type_code, int32_t type_code_len, int32_t* type_number) {
+  engine::RecordTypeAnswer answer;
+  WithoutThrowing(
+      [&] { answer = engine::CheckRecordType(ifltab, engine::InText(path, path_len)); });
+  Store(data_words, answer.data_words);
+  Store(found, answer.found ? 1 : 0);
+  engine::AssignBlankPadded(engine::OutText(type_code, type_code_len),
+                            engine::RecordTypeName(answer.type));
+  Store(type_number, answer.type);
+}
+
+void ZRENAM_(int32_t* ifltab, const char* path, int32_t path_len, const int32_t* npath,
+             const char* new_path, int32_t new_path_len, const int32_t* nnpath, int32_t* found) {
+  Store(found, 0);
+  WithoutThrowing([&] {
+    const bool done =
+        engine::RenameRecord(ifltab, engine::InText(path, path_len), ValueOr0(npath),
+                             engine::InText(new_path, new_path_len), ValueOr0(nnpath));
+    Store(found, done ? 1 : 0);
+  });
+}
+
+void ZDELET_(int32_t* ifltab, const char* path, int32_t path_len, const int32_t* npath,
+             int32_t* found) {
+  (void)npath;  // HECLIB trims the name and ignores its length
+  Store(found, 0);
+  WithoutThrowing(
+      [&] { Store(found, engine::DeleteRecord(ifltab, engine::InText(path, path_len)) ? 1 : 0); });
+}
+
+void ZUNDEL_(int32_t* ifltab, const char* path, int32_t path_len, const int32_t* npath,
+             int32_t* status) {
+  Store(status, kNoMemory);
+  WithoutThrowing([&] {
+    Store(status, engine::UndeleteRecord(ifltab, engine::InText(path, path_len), ValueOr0(npath)));
+  });
+}
+
+void ZCOREC_(int32_t* ifltab_from, int32_t* ifltab_to, const char* path_from, int32_t path_from_len,
+             const char* path_to, int32_t path_to_len, int32_t* buffer1, const int32_t* buffer1_len,
+             int32_t* buffer2, const int32_t* buffer2_len, int32_t* status) {
+  // The work buffers are not needed: the file layer copies records whole.
+  (void)buffer1;
+  (void)buffer2;
+  Store(status, kNoMemory);
+  WithoutThrowing([&] {
+    Store(status,
+          engine::CopyRecord(ifltab_from, ifltab_to, engine::InText(path_from, path_from_len),
+                             engine::InText(path_to, path_to_len), ValueOr0(buffer1_len),
+                             ValueOr0(buffer2_len)));
+  });
 }
