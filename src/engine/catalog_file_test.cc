@@ -1,0 +1,199 @@
+#include "engine/catalog_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <map>
+
+#include "engine/dss7/test_support.h"
+#include "engine/table_test_support.h"
+#include "tests/support/fixture_path.h"
+#include "tests/support/temp_folder.h"
+
+namespace varnock::engine {
+namespace {
+
+using testing::CatalogLines;
+using testing::CatalogPaths;
+using testing::Table;
+using testing::WriteRecord;
+using varnock::testing::TempFolder;
+
+// The paths sorted by the catalog order, each given as (path, type).
+std::vector<std::string> Sorted(const std::vector<std::pair<std::string, int32_t>>& records) {
+  std::vector<CatalogSortKey> keys;
+  for (std::size_t i = 0; i < records.size(); ++i)
+    keys.push_back(MakeCatalogSortKey(records[i].first, records[i].second, i));
+  std::sort(keys.begin(), keys.end(), CatalogOrderLess);
+  std::vector<std::string> out;
+  for (const auto& k : keys)
+    out.push_back(records[k.position].first);
+  return out;
+}
+
+TEST(CatalogOrderTest, PartsComeInTheOrderABCFEDAsBlankPaddedBytes) {
+  EXPECT_EQ(
+      Sorted({{"/A/B/C/D/E/G/", 300},
+              {"/A/B/C/E/D/F/", 300},
+              {"/A/B/C/D/F/F/", 300},
+              {"/A/B/C/D/E/F/", 300},
+              {"/A/BB/C/D/E/F/", 300},
+              {"/a/B/C/D/E/F/", 300},
+              {"//B/C/D/E/F/", 300}}),
+      (std::vector<std::string>{"//B/C/D/E/F/", "/A/B/C/E/D/F/", "/A/B/C/D/E/F/", "/A/B/C/D/F/F/",
+                                "/A/B/C/D/E/G/", "/A/BB/C/D/E/F/", "/a/B/C/D/E/F/"}));
+  // Padding with blanks: a part ending where another goes on with a byte below a blank sorts
+  // after it, unlike a plain string comparison.
+  EXPECT_EQ(Sorted({{"/A\x01/B/C/D/E/F/", 300}, {"/A/B/C/D/E/F/", 300}}),
+            (std::vector<std::string>{"/A\x01/B/C/D/E/F/", "/A/B/C/D/E/F/"}));
+}
+
+TEST(CatalogOrderTest, TimeSeriesSortByIntervalThenDate) {
+  EXPECT_EQ(Sorted({{"/R/G/FLOW/01JAN2021/1HOUR/OBS/", 100},
+                    {"/R/G/FLOW/01Feb2020/1Day/OBS/", 100},
+                    {"/R/G/FLOW/01JAN2020/1DAY/OBS/", 100},
+                    {"/R/G/FLOW/01Jan1999/15Minute/OBS/", 100},
+                    {"/R/G/FLOW/01Jan2020/IR-Month/OBS/", 110},
+                    {"/R/G/FLOW/01JAN2019/IR-DAY/OBS/", 110},
+                    {"/R/G/FLOW/TS-PATTERN/1DAY/OBS/", 101},
+                    {"/R/G/FLOW/01JAN1990/1MON/OBS/", 100},
+                    {"/R/G/FLOW///OBS/", 200}}),
+            (std::vector<std::string>{
+                "/R/G/FLOW///OBS/",  // not a time series: before them
+                "/R/G/FLOW/01JAN2019/IR-DAY/OBS/", "/R/G/FLOW/01Jan2020/IR-Month/OBS/",
+                "/R/G/FLOW/01Jan1999/15Minute/OBS/", "/R/G/FLOW/01JAN2021/1HOUR/OBS/",
+                "/R/G/FLOW/01JAN2020/1DAY/OBS/", "/R/G/FLOW/01Feb2020/1Day/OBS/",
+                "/R/G/FLOW/TS-PATTERN/1DAY/OBS/", "/R/G/FLOW/01JAN1990/1MON/OBS/"}));
+  // Identical keys keep file order; so does a pathname that does not split.
+  const auto key = MakeCatalogSortKey("no slashes", 100, 3);
+  EXPECT_EQ(key.parts[0], "no slashes");
+  EXPECT_FALSE(CatalogOrderLess(key, key));
+  EXPECT_EQ(Sorted({{"/A/B/C/D/E/F/", 300}, {"/a/B/C/D/E/F/", 300}, {"/A/B/C/D/E/F/", 300}})[1],
+            "/A/B/C/D/E/F/");
+}
+
+TEST(CatalogLayoutTest, HeaderAndRecordLinesAreHeclibsAbbreviatedLayout) {
+  CatalogHeader header;
+  header.file_name = "/data/sample.dss";
+  header.record_count = 595;
+  header.sorted = true;
+  header.now = {.julian = 36956, .hour = 9, .minute = 5, .second = 0};  // 7 March 2001
+  header.file_created_julian = 31199;                                   // 2 June 1985
+  header.file_version = "7-IU";
+  const auto lines = CatalogHeaderLines(header);
+  const std::array<std::string, 10> want = {
+      "", "     HECDSS Complete Catalog of Record Pathnames in File /data/sample.dss", "",
+      // The second field starts at column 50.
+      "     Catalog Created on Mar 7, 2001 at  9:05     File Created on Jun 2, 1985",
+      "     Number of Records:    595                   DSS Version 7-JA,  File 7-IU",
+      "     Sort Order: ABCFED", "", "  Ref.", " Number   Tag           Record Pathname", ""};
+  EXPECT_EQ(lines, want);
+  header.sorted = false;
+  header.file_created_julian = 0;
+  EXPECT_EQ(CatalogHeaderLines(header)[5], "     Pathnames Not Sorted");
+  EXPECT_EQ(CatalogHeaderLines(header)[3].substr(49), "File Created on ");
+
+  EXPECT_EQ(CatalogRecordLine(1, "T1", "/A/B/C/D/E/F/"), "     1  T1        /A/B/C/D/E/F/");
+  EXPECT_EQ(CatalogRecordLine(999999, "T123456789", "/A/"), "999999  T1234567  /A/");
+  EXPECT_EQ(CatalogRecordLine(1234567, "T9", "/A/"), "1234567 T9        /A/");
+}
+
+class CatalogFileTest : public ::testing::Test {
+ protected:
+  TempFolder folder_;
+};
+
+TEST_F(CatalogFileTest, ReferenceFilesListExactlyTheirDumpsPathnames) {
+  const std::pair<const char*, const char*> files[] = {
+      {"fixture7.dss", "fixture7.dump.txt"},
+      {"sample7.dss", "sample7.dss.dump.txt.gz"},
+      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"}};
+  for (const auto& [file, dump] : files) {
+    VARNOCK_REQUIRE_FIXTURE(source, file);
+    VARNOCK_REQUIRE_FIXTURE(dump_path, dump);
+    std::vector<std::string> expected;
+    for (const auto& [path, type] : dss7::testing::DumpRecords(dump_path))
+      expected.push_back(path);
+    Table table;
+    ASSERT_EQ(table.Open(folder_.CopyIn(source, file)), 0);
+    std::vector<dss7::CatalogEntry> entries;
+    ASSERT_EQ(table.file().Catalog(&entries), dss7::Status::kOk);
+    std::map<std::string, int32_t> types;
+    for (const auto& e : entries)
+      types[e.path] = e.type;
+    char count_line[64];
+    std::snprintf(count_line, sizeof count_line, "     Number of Records:%7zu", expected.size());
+    for (bool sorted : {false, true}) {
+      int32_t norecs = 0;
+      const auto lines = CatalogLines(table, folder_.File("cat.dsc"), sorted, &norecs);
+      ASSERT_GE(lines.size(), 10u);
+      EXPECT_EQ(lines[4].substr(0, 30), count_line);
+      auto paths = CatalogPaths(lines);
+      EXPECT_EQ(norecs, static_cast<int32_t>(paths.size())) << file;
+      for (std::size_t i = 0; i < paths.size(); ++i)
+        ASSERT_EQ(std::stoi(lines[10 + i].substr(0, 8)), static_cast<int>(i + 1));
+      for (std::size_t i = 1; sorted && i < paths.size(); ++i) {
+        const auto a = MakeCatalogSortKey(paths[i - 1], types[paths[i - 1]], 0);
+        const auto b = MakeCatalogSortKey(paths[i], types[paths[i]], 1);
+        ASSERT_TRUE(CatalogOrderLess(a, b)) << paths[i - 1] << " " << paths[i];
+      }
+      std::sort(paths.begin(), paths.end());
+      EXPECT_EQ(paths, expected) << file;  // the dump lists them in byte order
+    }
+  }
+}
+
+TEST_F(CatalogFileTest, UnsortedFollowsTheFileAndTagsStayWithTheirRecord) {
+  Table table;
+  ASSERT_EQ(table.Open(folder_.File("order")), 0);
+  for (const char* path : {"/Z/B/C///F/", "/A/B/C///F/", "/M/B/C///F/"})
+    ASSERT_EQ(WriteRecord(table, path), dss7::Status::kOk);
+  std::vector<dss7::CatalogEntry> entries;
+  ASSERT_EQ(table.file().Catalog(&entries), dss7::Status::kOk);
+  const auto unsorted = CatalogLines(table, folder_.File("o.dsc"), false);
+  ASSERT_EQ(unsorted.size(), 13u);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(CatalogPaths(unsorted)[i], entries[i].path);
+    EXPECT_EQ(unsorted[10 + i].substr(8, 10), "T" + std::to_string(i + 1) + std::string(8, ' '));
+  }
+  const auto sorted = CatalogLines(table, folder_.File("o.dsc"), true);
+  EXPECT_EQ(CatalogPaths(sorted),
+            (std::vector<std::string>{"/A/B/C///F/", "/M/B/C///F/", "/Z/B/C///F/"}));
+  // Each record keeps its tag when the lines are reordered.
+  for (std::size_t i = 10; i < 13; ++i) {
+    EXPECT_NE(std::find_if(
+                  unsorted.begin() + 10, unsorted.end(),
+                  [&](const std::string& line) { return line.substr(8) == sorted[i].substr(8); }),
+              unsorted.end());
+  }
+}
+
+TEST_F(CatalogFileTest, EmptyFilesAndFailuresLeaveNoStaleCatalog) {
+  const std::string catalog = folder_.File("e.dsc");
+  std::ofstream(catalog) << "old catalog line 1\nold line 2\n";
+  Table table;
+  ASSERT_EQ(table.Open(folder_.File("e")), 0);
+  int32_t norecs = -1;
+  const auto lines = CatalogLines(table, catalog, true, &norecs);
+  EXPECT_EQ(norecs, 0);
+  ASSERT_EQ(lines.size(), 10u);
+  EXPECT_EQ(lines[4].substr(0, 30), "     Number of Records:      0");
+
+  // No unit, a closed table, or an old catalog to re-sort: nothing is written.
+  const int32_t unit = 14, none = 0, yes = 1;
+  int32_t made = 1, count = -1;
+  ZCAT_(table.data(), &unit, &none, &none, nullptr, 0, &yes, &yes, &made, &count);
+  EXPECT_TRUE(made == 0 && count == 0);
+  ASSERT_EQ(FORTRANOPEN_(catalog.data(), static_cast<int32_t>(catalog.size()), &unit), 0);
+  ZCAT_(table.data(), &unit, &none, &unit, nullptr, 0, &yes, &yes, &made, &count);
+  Table closed;
+  ZCAT_(closed.data(), &unit, &none, &none, nullptr, 0, &yes, &yes, &made, &count);
+  FORTRANCLOSE_(&unit);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(testing::ReadLines(catalog), lines);
+}
+
+}  // namespace
+}  // namespace varnock::engine

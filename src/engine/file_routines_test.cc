@@ -1,0 +1,262 @@
+#include "engine/file_routines.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "engine/dates.h"
+#include "engine/table_test_support.h"
+#include "tests/support/fixture_path.h"
+#include "tests/support/temp_folder.h"
+
+namespace varnock::engine {
+namespace {
+
+using testing::Table;
+using testing::WriteRecord;
+using varnock::testing::TempFolder;
+
+void Set(std::string_view keyword, std::string_view text, int32_t number = 0) {
+  ZSET_(keyword.data(), static_cast<int32_t>(keyword.size()), text.data(),
+        static_cast<int32_t>(text.size()), &number);
+}
+
+std::pair<int32_t, std::string> Version(const std::string& name) {
+  char text[4] = {'#', '#', '#', '#'};
+  int32_t number = 0;
+  ZFVER_(name.data(), static_cast<int32_t>(name.size()), text, 4, &number);
+  return {number, std::string(text, 4)};
+}
+
+void WriteBytes(const std::string& path, std::size_t size) {
+  std::ofstream(path, std::ios::binary) << std::string(size, 'x');
+}
+
+class FileRoutinesTest : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    ResetOptions();
+    SetLastRecordInfo({});  // ZDTYPE leaves its type there
+  }
+  TempFolder folder_;
+};
+
+TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
+  WriteBytes(folder_.File("small.dss"), 1000);
+  WriteBytes(folder_.File("big.dss"), 1001);
+  WriteBytes(folder_.File("empty.dss"), 0);
+  std::filesystem::create_directory(folder_.File("dir.dss"));
+  ASSERT_EQ(mkfifo(folder_.File("pipe.dss").c_str(), 0600), 0);
+  const std::pair<std::string, int32_t> cases[] = {{folder_.File("new"), 0},
+                                                   {folder_.File("empty.dss"), 0},
+                                                   {folder_.File("small.dss"), 0},
+                                                   {folder_.File("big.dss"), -6},
+                                                   {folder_.File("dir.dss"), -1},
+                                                   {folder_.File("pipe.dss"), -1},
+                                                   {folder_.File("no/such.dss"), -1},
+                                                   {"   ", -10},
+                                                   {"\"" + folder_.File("quoted") + "\"", 0}};
+  for (const auto& [name, want] : cases) {
+    Table table;
+    table.words[5] = 77;
+    EXPECT_EQ(table.Open(name), want) << name;
+    EXPECT_EQ(table.words[0], want == 0 ? kOpenTableMark : 0) << name;
+    EXPECT_EQ(table.words[5], 77);
+  }
+  EXPECT_EQ(Version(folder_.File("new")), std::make_pair(7, std::string("7-JA")));
+  EXPECT_EQ(Version(folder_.File("small.dss")).first, 7);  // replaced by a DSS file
+  EXPECT_EQ(Version(folder_.File("quoted.dss")).first, 7);
+  EXPECT_EQ(std::filesystem::file_size(folder_.File("big.dss")), 1001u);
+}
+
+TEST_F(FileRoutinesTest, VersionSixFilesAreRefusedButTheirVersionIsKnown) {
+  for (const auto& [name, id] : {std::pair{"fixture6.dss", "6-YO"}, {"sample6.dss", "6-QE"}}) {
+    VARNOCK_REQUIRE_FIXTURE(source, name);
+    const std::string copy = folder_.CopyIn(source, name);
+    Table table;
+    EXPECT_EQ(table.Open(copy), -3);
+    EXPECT_EQ(Version(copy), std::make_pair(6, std::string(id)));
+  }
+}
+
+TEST_F(FileRoutinesTest, VersionOfFilesThatAreNotOpen) {
+  WriteBytes(folder_.File("text.dss"), 50);
+  std::filesystem::create_directory(folder_.File("dir.dss"));
+  // "ZDSS", then an old "xx-n" identifier at byte 16.
+  std::string old(32, '\0');
+  old.replace(0, 4, "ZDSS");
+  old.replace(16, 4, "LA-5");
+  std::ofstream(folder_.File("old.dss"), std::ios::binary) << old;
+  EXPECT_EQ(Version(folder_.File("absent")), std::make_pair(-1, std::string("    ")));
+  EXPECT_EQ(Version(folder_.File("text")), std::make_pair(-3, std::string("    ")));
+  EXPECT_EQ(Version(folder_.File("dir")).first, -2);
+  EXPECT_EQ(Version(folder_.File("old")), std::make_pair(5, std::string("5-LA")));
+  EXPECT_EQ(Version("").first, -1);
+  // HECLIB keeps 64 characters of the name: a longer one names another file.
+  const std::string deep = folder_.File(std::string(70, 'd'));
+  Table table;
+  ASSERT_EQ(table.Open(deep), 0);
+  EXPECT_EQ(Version(deep).first, -1);
+}
+
+TEST_F(FileRoutinesTest, ReadOptionIsOneShotAndKeepsTheFileUnchanged) {
+  Set("READ", "ON");
+  Table missing;
+  EXPECT_EQ(missing.Open(folder_.File("ro")), -2);
+  EXPECT_FALSE(std::filesystem::exists(folder_.File("ro.dss")));
+  Table writer;
+  ASSERT_EQ(writer.Open(folder_.File("ro")), 0);  // READ was used up
+  ASSERT_EQ(WriteRecord(writer, "/A/B/C///F/"), dss7::Status::kOk);
+  EXPECT_EQ(writer.Ask("READ"), "0");
+
+  Set("READ", "ON");
+  Table reader;
+  ASSERT_EQ(reader.Open(folder_.File("ro")), 0);
+  EXPECT_EQ(reader.Ask("READ"), "1");
+  EXPECT_EQ(reader.Ask("MULT"), "1");
+  int32_t found = 1;
+  ZDELET_(reader.data(), "/A/B/C///F/", 11, nullptr, &found);
+  EXPECT_EQ(found, 0);
+  EXPECT_EQ(reader.Ask("STAT"), "130");
+  EXPECT_EQ(reader.Ask("NREC"), "1");
+}
+
+TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
+  const std::string name = folder_.File("shared");
+  {
+    Set("EXCL", "ON");
+    Table owner;
+    ASSERT_EQ(owner.Open(name), 0);
+    EXPECT_EQ(owner.Ask("MULT"), "0");
+    Table other;
+    EXPECT_EQ(other.Open(name), -5);
+  }
+  Table first, second;
+  ASSERT_EQ(first.Open(name), 0);
+  Set("WLOC", "");
+  EXPECT_EQ(second.Open(name), -5);  // others have it open
+  EXPECT_EQ(second.Open(name), 0);   // WLOC was one-shot
+  EXPECT_EQ(first.Ask("MULT"), "2");
+}
+
+TEST_F(FileRoutinesTest, TwoTablesOnOneFileSeeEachOthersWrites) {
+  Table a, b;
+  ASSERT_EQ(a.Open(folder_.File("two")), 0);
+  ASSERT_EQ(b.Open(folder_.File("two")), 0);
+  EXPECT_NE(a.Ask("UNIT"), b.Ask("UNIT"));
+  EXPECT_EQ(b.Ask("NREC"), "0");
+  ASSERT_EQ(WriteRecord(a, "/A/B/C///ONE/"), dss7::Status::kOk);
+  EXPECT_EQ(b.Ask("NREC"), "1");
+  int32_t words = 0, found = 0, type = 0;
+  char code[3];
+  ZDTYPE_(b.data(), "/A/B/C///ONE/", 13, &words, &found, code, 3, &type);
+  EXPECT_TRUE(found != 0 && type == 300 && words == 6);
+  ZDELET_(b.data(), "/A/B/C///ONE/", 13, nullptr, &found);
+  EXPECT_EQ(a.Ask("NREC"), "0");
+  EXPECT_EQ(a.Ask("DELE"), "1");
+}
+
+TEST_F(FileRoutinesTest, FileInquiries) {
+  const std::string name = folder_.File(std::string(80, 'n'));
+  Table table;
+  ASSERT_EQ(table.Open(name), 0);
+  EXPECT_EQ(table.Ask("NAME"), (name + ".dss").substr(0, 64));
+  EXPECT_EQ(table.Ask("FVER"), "71001");
+  EXPECT_EQ(table.Ask("VERS"), "6");
+  EXPECT_EQ(table.Ask("TABL"), "2");
+  EXPECT_EQ(table.Ask("HSIZ"), "8192");
+  EXPECT_EQ(table.Ask("REMO"), "0");
+  EXPECT_EQ(table.Ask("READ"), "0");
+  EXPECT_EQ(table.Ask("STAT"), "0");
+  EXPECT_EQ(table.Ask("FSIZ"), std::to_string(table.file().header()[dss7::hdr::kFileSize]));
+  EXPECT_EQ(table.Ask("SIZE"), std::to_string((std::stoll(table.Ask("FSIZ")) * 8 + 1023) / 1024));
+  EXPECT_EQ(table.Ask("DEAD"), "0");
+
+  char today[16];
+  LocalStamp now;
+  ASSERT_TRUE(LocalStampOf(static_cast<int64_t>(std::time(nullptr)) * 1000, &now));
+  const int32_t n = JulianToDate(now.julian, 114, today);
+  EXPECT_EQ(table.Ask("FDAT"), std::string(today, static_cast<std::size_t>(n)));
+  EXPECT_EQ(table.Ask("LWDA"), table.Ask("FDAT"));
+  EXPECT_EQ(table.Ask("LWTI").size(), 8u);
+
+  // CLEA stores whatever number comes in: the -903 the library presets becomes the status.
+  EXPECT_EQ(table.Ask("CLEA", -903), "-903");  // the number comes back untouched
+  EXPECT_EQ(table.Ask("STAT"), "-903");
+  EXPECT_EQ(table.Ask("ERRO"), "-903");
+  EXPECT_EQ(table.Ask("CLEA", 0), "0");
+  EXPECT_EQ(table.Ask("STAT"), "0");
+  EXPECT_EQ(table.Ask("QQQQ"), "-1");
+}
+
+TEST_F(FileRoutinesTest, CloseIsHarmlessAndTouchesOnlyItsWords) {
+  Table table;
+  ZCLOSE_(table.data());  // never opened
+  ZCLOSE_(nullptr);
+  table.words.fill(5);
+  ASSERT_EQ(table.Open(folder_.File("c")), 0);
+  const int32_t open_before = OpenTableCount();
+  ZCLOSE_(table.data());
+  ZCLOSE_(table.data());
+  EXPECT_EQ(OpenTableCount(), open_before - 1);
+  for (int i = 0; i < kTableWordsUsed; ++i)
+    EXPECT_EQ(table.words[static_cast<std::size_t>(i)], 0);
+  EXPECT_EQ(table.words[kTableWordsUsed], 5);
+  EXPECT_EQ(table.Ask("NREC"), "-1");
+
+  // Opening a table that is still open closes its first file.
+  ASSERT_EQ(table.Open(folder_.File("c")), 0);
+  ASSERT_EQ(table.Open(folder_.File("d")), 0);
+  EXPECT_EQ(OpenTableCount(), open_before);
+}
+
+TEST_F(FileRoutinesTest, StaleAndDamagedTablesAreNeverTrusted) {
+  Table table;
+  ASSERT_EQ(table.Open(folder_.File("t")), 0);
+  ASSERT_EQ(WriteRecord(table, "/A/B/C///F/"), dss7::Status::kOk);
+
+  // A copy of the words outlives the close; a new open may take the same slot.
+  Table copy;
+  copy.words = table.words;
+  ZCLOSE_(table.data());
+  ASSERT_EQ(table.Open(folder_.File("t")), 0);
+  int32_t status = 0;
+  EXPECT_EQ(FileOfTable(copy.data(), &status), nullptr);
+  EXPECT_EQ(status, kTableNotOpen);
+  EXPECT_EQ(copy.Ask("STAT"), "70");
+
+  std::mt19937 rng(7);
+  const auto good = table.words;
+  for (int round = 0; round < 2000; ++round) {
+    Table junk;
+    for (std::size_t i = 0; i < 8; ++i)
+      junk.words[i] = round % 3 == 0 ? static_cast<int32_t>(rng()) : good[i];
+    junk.words[static_cast<std::size_t>(1 + round % 3)] ^= static_cast<int32_t>(rng() | 1);
+    if (round % 2 == 0) junk.words[0] = kOpenTableMark;
+    status = 0;
+    ASSERT_EQ(FileOfTable(junk.data(), &status), nullptr);
+    ASSERT_EQ(status, kTableNotOpen);
+    int32_t found = 1, words = 1, type = 1, undeleted = 0, copied = 0;
+    const int32_t len = 11, big = 100;
+    char code[3];
+    ZDTYPE_(junk.data(), "/A/B/C///F/", 11, &words, &found, code, 3, &type);
+    ASSERT_TRUE(found == 0 && words == 0 && type == 0);
+    ZDELET_(junk.data(), "/A/B/C///F/", 11, &len, &found);
+    ZRENAM_(junk.data(), "/A/B/C///F/", 11, &len, "/A/B/C///G/", 11, &len, &found);
+    ASSERT_EQ(found, 0);
+    ZUNDEL_(junk.data(), "/A/B/C///F/", 11, &len, &undeleted);
+    ASSERT_EQ(undeleted, 70);
+    ZCOREC_(table.data(), junk.data(), "/A/B/C///F/", 11, "/A/B/C///G/", 11, nullptr, &big, nullptr,
+            &big, &copied);
+    ASSERT_EQ(copied, 70);
+    ZCLOSE_(junk.data());
+    ASSERT_NE(junk.words[0], kOpenTableMark);
+  }
+  EXPECT_EQ(table.Ask("NREC"), "1");  // the real table was never disturbed
+}
+
+}  // namespace
+}  // namespace varnock::engine

@@ -1,0 +1,219 @@
+#include "engine/record_utilities.h"
+
+#include <gtest/gtest.h>
+
+#include "engine/interval_names.h"
+#include "engine/table_test_support.h"
+#include "tests/support/fixture_path.h"
+#include "tests/support/temp_folder.h"
+
+namespace varnock::engine {
+namespace {
+
+using testing::Table;
+using testing::WriteRecord;
+using varnock::testing::TempFolder;
+
+struct TypeAnswer {
+  int32_t found, words, type;
+  std::string code;
+  bool operator==(const TypeAnswer&) const = default;
+};
+
+// ZDTYPE through an 80-column blank-padded field, as the library calls it.
+TypeAnswer DataType(Table& table, std::string path) {
+  path.resize(80, ' ');
+  TypeAnswer a{-5, -5, -5, "###"};
+  ZDTYPE_(table.data(), path.data(), 80, &a.words, &a.found, a.code.data(), 3, &a.type);
+  return a;
+}
+
+bool Rename(Table& table, std::string from, int32_t nfrom, std::string to, int32_t nto) {
+  int32_t found = -5;
+  ZRENAM_(table.data(), from.data(), static_cast<int32_t>(from.size()), &nfrom, to.data(),
+          static_cast<int32_t>(to.size()), &nto, &found);
+  return found != 0;
+}
+
+bool Delete(Table& table, std::string path, int32_t npath = 0) {
+  int32_t found = -5;
+  ZDELET_(table.data(), path.data(), static_cast<int32_t>(path.size()), &npath, &found);
+  return found != 0;
+}
+
+int32_t Undelete(Table& table, std::string path, int32_t npath) {
+  int32_t status = -99;
+  ZUNDEL_(table.data(), path.data(), static_cast<int32_t>(path.size()), &npath, &status);
+  return status;
+}
+
+int32_t Copy(Table& from, Table& to, std::string old_path, std::string new_path,
+             int32_t header_words = 100, int32_t data_words = 8192) {
+  old_path.resize(80, ' ');
+  new_path.resize(80, ' ');
+  std::vector<int32_t> b1(static_cast<std::size_t>(std::max(header_words, 0)));
+  std::vector<int32_t> b2(static_cast<std::size_t>(std::max(data_words, 0)));
+  int32_t status = -99;
+  ZCOREC_(from.data(), to.data(), old_path.data(), 80, new_path.data(), 80, b1.data(),
+          &header_words, b2.data(), &data_words, &status);
+  return status;
+}
+
+TEST(IntervalNamesTest, BothSpellingsAnyCase) {
+  for (auto [e, seconds] : {std::pair<const char*, int64_t>{"1HOUR", 3600},
+                            {"1Hour", 3600},
+                            {"15MIN", 900},
+                            {"15Minute", 900},
+                            {"30second", 30},
+                            {"1MON", 2592000},
+                            {"1Month", 2592000},
+                            {"SEMI-MONTH", 1296000},
+                            {"Tri-Month", 864000},
+                            {"1YEAR", 31536000},
+                            {"7HOUR", 0},
+                            {"01DAY", 0},
+                            {"1DAYS", 0},
+                            {"HOUR", 0},
+                            {"", 0}}) {
+    EXPECT_EQ(RegularIntervalSeconds(e), seconds) << e;
+  }
+  EXPECT_EQ(IrregularBlockRank("IR-Month"), 2);
+  EXPECT_EQ(IrregularBlockRank("IR-CENTURY"), 5);
+  EXPECT_EQ(IrregularBlockRank("IR-WEEK"), 0);
+}
+
+TEST(GuessRecordTypeTest, FromThePathnameAlone) {
+  for (auto [path, type] : {std::pair<const char*, int32_t>{"/A/B/FLOW/01JAN2001/1HOUR/F/", 100},
+                            {"/A/B/FLOW/TS-PAT/1Day/F/", 101},
+                            {"/A/B/FLOW/01JAN2001/IR-MONTH/F/", 110},
+                            {"/A/B/FLOW/ts-x/IR-DAY/F/", 111},
+                            {"/A/B/FLOW-STAGE///F/", 0},
+                            {"/A/B/C/D/1MINUTE/F/", 100},
+                            {"no pathname", 0}}) {
+    EXPECT_EQ(GuessRecordType(path), type) << path;
+  }
+}
+
+class RecordUtilitiesTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(table_.Open(folder_.File("u")), 0); }
+  void TearDown() override {
+    ResetOptions();
+    SetLastRecordInfo({});  // ZDTYPE leaves its type there
+  }
+  TempFolder folder_;
+  Table table_;
+};
+
+TEST_F(RecordUtilitiesTest, DataTypeOfRecordsAndGuesses) {
+  ASSERT_EQ(WriteRecord(table_, "/A/B/FLOW/01Jan2001/1Hour/F/", 105, 9), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///PD/", 200), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///LOC/", 20), dss7::Status::kOk);
+  EXPECT_EQ(DataType(table_, "/a/b/flow/01JAN2001/1HOUR/f/"), (TypeAnswer{1, 9, 105, "RTD"}));
+  EXPECT_EQ(DataType(table_, "/A/B/C///PD/"), (TypeAnswer{1, 6, 200, "PD "}));
+  EXPECT_EQ(DataType(table_, "/A/B/C///LOC/"), (TypeAnswer{1, 6, 20, "UND"}));
+  EXPECT_EQ(table_.Ask("TYPE"), "20");
+  EXPECT_EQ(DataType(table_, "/A/B/FLOW/01JAN2001/IR-DAY/F/"), (TypeAnswer{0, 0, 110, "ITS"}));
+  EXPECT_EQ(table_.Ask("TYPE"), "110");
+  EXPECT_EQ(DataType(table_, "/A/B/FLOW-STAGE///F/"), (TypeAnswer{0, 0, 0, "UND"}));
+}
+
+TEST_F(RecordUtilitiesTest, RenameReplacesTargetsAndTakesTheNewLengthLiterally) {
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///OLD/", 300, 3), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///TAKEN/", 300, 5), dss7::Status::kOk);
+  // The old name is trimmed within NPATH; the new one is used for exactly NNPATH characters.
+  EXPECT_TRUE(Rename(table_, "/A/B/C///OLD/   ", 16, "/A/B/C///TAKEN/xyz", 15));
+  EXPECT_EQ(DataType(table_, "/A/B/C///TAKEN/").words, 3);
+  EXPECT_EQ(DataType(table_, "/A/B/C///OLD/").found, 0);
+  EXPECT_EQ(table_.Ask("NREC"), "1");
+  EXPECT_FALSE(Rename(table_, "/A/B/C///OLD/", 13, "/A/B/C///NEW/", 13));      // gone
+  EXPECT_FALSE(Rename(table_, "/A/B/C///TAKEN/", 15, "/A/B/C///TAKEN/", 15));  // same
+  EXPECT_FALSE(Rename(table_, "/A/B/C///TAKEN/", 15, "/A/B/C///NEW/  ", 15));  // blanks kept
+  EXPECT_FALSE(Rename(table_, "/A/B/C///TAKEN/", 15, "/A/B/C///NEW/", 0));
+  EXPECT_TRUE(Rename(table_, "/A/B/C///TAKEN/", 99, "/A/B/C///NEW/", 99));  // cut to the buffer
+  EXPECT_EQ(DataType(table_, "/A/B/C///NEW/").found, 1);
+  EXPECT_EQ(table_.Ask("STAT"), "0");
+}
+
+TEST_F(RecordUtilitiesTest, DeleteAndUndeleteStatuses) {
+  for (const char* path : {"/A/B/C///ONE/", "/A/B/C///TWO/", "/A/B/C///THREE/"})
+    ASSERT_EQ(WriteRecord(table_, path), dss7::Status::kOk);
+  EXPECT_TRUE(Delete(table_, "/A/B/C///ONE/    ", 3));  // NPATH plays no part
+  EXPECT_FALSE(Delete(table_, "/A/B/C///ONE/"));
+  EXPECT_EQ(table_.Ask("DELE"), "1");
+  EXPECT_EQ(Undelete(table_, "/A/B/C///ONE/ ", 14), 1);  // length taken literally
+  EXPECT_EQ(Undelete(table_, "/A/B/C///ONE/xx", 13), 0);
+  EXPECT_EQ(Undelete(table_, "/A/B/C///ONE/", 13), 2);
+  EXPECT_EQ(Undelete(table_, "/A/B/C///NONE/", 14), 1);
+  EXPECT_EQ(Undelete(table_, "/A/B/C///ONE/", 0), 1);
+
+  // A new record under a deleted name hides the deleted one.
+  ASSERT_TRUE(Delete(table_, "/A/B/C///TWO/"));
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///TWO/"), dss7::Status::kOk);
+  EXPECT_EQ(Undelete(table_, "/A/B/C///TWO/", 13), 2);
+
+  ASSERT_TRUE(Delete(table_, "/A/B/C///ONE/") && Delete(table_, "/A/B/C///THREE/"));
+  EXPECT_EQ(table_.Ask("NREC"), "1");
+  EXPECT_EQ(Undelete(table_, "ALL   ", 3), 0);
+  EXPECT_EQ(table_.Ask("NREC"), "3");
+  EXPECT_EQ(Undelete(table_, "ALL", 3), 1);
+  EXPECT_EQ(Undelete(table_, "ALL", 4), 1);  // "ALL" only with NPATH 3
+}
+
+TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///SRC/", 300, 4), dss7::Status::kOk);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///DUP/"), 0);
+  EXPECT_EQ(DataType(table_, "/A/B/C///DUP/"), (TypeAnswer{1, 4, 300, "TXT"}));
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///ABSENT/", "/A/B/C///X/"), 1);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 0, 10), -1);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 10, -3), -1);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 3, 10), -2);  // 4-word header
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "BAD"), 3);
+
+  // An existing target is overwritten, also by a record of another type, unless PROT is on.
+  ASSERT_EQ(WriteRecord(table_, "/A/B/C///PD/", 200, 2), dss7::Status::kOk);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///PD/"), 0);
+  EXPECT_EQ(DataType(table_, "/A/B/C///PD/"), (TypeAnswer{1, 4, 300, "TXT"}));
+  int32_t zero = 0;
+  ZSET_("PROT", 4, "ON", 2, &zero);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///PD/"), -12);
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///NEW/"), 0);
+  ResetOptions();
+
+  Table other;
+  ASSERT_EQ(other.Open(folder_.File("other")), 0);
+  EXPECT_EQ(Copy(table_, other, "/A/B/C///SRC/", "/A/B/C///SRC/"), 0);
+  EXPECT_EQ(DataType(other, "/A/B/C///SRC/"), (TypeAnswer{1, 4, 300, "TXT"}));
+  EXPECT_EQ(other.Ask("NREC"), "1");
+
+  int32_t on = 0;
+  ZSET_("READ", 4, "ON", 2, &on);
+  Table reader;
+  ASSERT_EQ(reader.Open(folder_.File("other")), 0);
+  EXPECT_EQ(Copy(table_, reader, "/A/B/C///SRC/", "/A/B/C///Y/"), -12);
+  EXPECT_EQ(Copy(reader, table_, "/A/B/C///SRC/", "/A/B/C///FROM-READER/"), 0);
+}
+
+TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  Table fixture;
+  ASSERT_EQ(fixture.Open(folder_.CopyIn(source, "fixture7.dss")), 0);
+  const std::string hourly = "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/";
+  const TypeAnswer stored = DataType(fixture, hourly);
+  EXPECT_TRUE(stored.found == 1 && stored.type == 100 && stored.code == "RTS" && stored.words > 0);
+  EXPECT_EQ(DataType(fixture, "/FIXTURES/NOTES/README///C-ZTEXTSTORE/").code, "TXT");
+  EXPECT_EQ(DataType(fixture, "/FIXTURES/RESERVOIR/ELEV-AREA///C-ZPDSTORE/").code, "PDD");
+  EXPECT_EQ(DataType(fixture, "/FIXTURES/RESERVOIR/ELEV-STORAGE///F77-ZSPD/").code, "PD ");
+  EXPECT_EQ(DataType(fixture, "/FIXTURES/GAGE/FLOW/01Jun2021/IR-Day/F77-ZSITS/").code, "ITS");
+
+  // A time series keeps its D and E parts when renamed; F13 was deleted when the file was made.
+  EXPECT_TRUE(Rename(fixture, hourly, static_cast<int32_t>(hourly.size()),
+                     "/FIXTURES/HOURLY/FLOW/01FEB2099/1DAY/MOVED/", 43));
+  EXPECT_EQ(DataType(fixture, "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/MOVED/"), stored);
+  EXPECT_EQ(Copy(fixture, table_, "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/MOVED/", hourly), 0);
+  EXPECT_EQ(DataType(table_, hourly), stored);
+  EXPECT_EQ(fixture.Ask("DELE"), "1");
+}
+
+}  // namespace
+}  // namespace varnock::engine
