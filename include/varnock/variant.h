@@ -1,5 +1,5 @@
 // Variant: the automation variant. Holds nothing (Empty), Null, a number, a date, a text, a
-// boolean or an object, and converts between them as the host does.
+// boolean, an object or an array of variants, and converts between them as the host does.
 #ifndef VARNOCK_VARIANT_H_
 #define VARNOCK_VARIANT_H_
 
@@ -25,12 +25,35 @@ enum VariantType : int32_t {
   vbString = 8,
   vbObject = 9,
   vbBoolean = 11,
+  vbVariant = 12,
+  vbArray = 8192,  // added to the element type: an array of variants is vbArray + vbVariant
 };
 
 struct NullValue {
   friend bool operator==(NullValue, NullValue) { return true; }
 };
 inline constexpr NullValue Null{};
+
+class VariantArray;
+
+namespace detail {
+// Holds an array inside a Variant with value semantics: copying the Variant copies the array,
+// as the host copies a variant that holds an array.
+class VARNOCK_API ArrayBox {
+ public:
+  explicit ArrayBox(VariantArray array);
+  ArrayBox(const ArrayBox& other);
+  ArrayBox& operator=(const ArrayBox& other);
+  ArrayBox(ArrayBox&& other) noexcept;
+  ArrayBox& operator=(ArrayBox&& other) noexcept;
+  ~ArrayBox();
+  VariantArray& Get() const { return *array_; }
+  friend VARNOCK_API bool operator==(const ArrayBox& a, const ArrayBox& b);
+
+ private:
+  std::unique_ptr<VariantArray> array_;
+};
+}  // namespace detail
 
 class VARNOCK_API Variant {
  public:
@@ -45,11 +68,13 @@ class VARNOCK_API Variant {
   Variant(std::string v) : value_(std::move(v)) {}
   Variant(const char* v) : value_(std::string(v)) {}
   Variant(std::shared_ptr<Object> v) : value_(std::move(v)) {}
+  Variant(VariantArray v);  // NOLINT: implicit, like the other automation types
 
   VariantType Type() const;
   bool IsEmpty() const { return value_.index() == 0; }
   bool IsNull() const { return std::holds_alternative<NullValue>(value_); }
   bool IsObject() const { return std::holds_alternative<std::shared_ptr<Object>>(value_); }
+  bool IsArray() const { return std::holds_alternative<detail::ArrayBox>(value_); }
   // True for numbers, booleans, Empty, and text that reads as a number (the host's IsNumeric).
   bool IsNumeric() const;
   // True for dates and for text that reads as a date (the host's IsDate).
@@ -65,12 +90,15 @@ class VARNOCK_API Variant {
   bool ToBoolean() const;
   Date ToDate() const;
   std::shared_ptr<Object> ToObject() const;
+  // The array held; raises 13 "Type mismatch" when the variant holds no array.
+  const VariantArray& Array() const;
+  VariantArray& Array();
 
   friend bool operator==(const Variant& a, const Variant& b) { return a.value_ == b.value_; }
 
  private:
   std::variant<std::monostate, NullValue, int16_t, int32_t, float, double, Date, std::string, bool,
-               std::shared_ptr<Object>>
+               std::shared_ptr<Object>, detail::ArrayBox>
       value_;
 };
 

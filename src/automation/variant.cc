@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "varnock/error.h"
+#include "varnock/variant_array.h"
 
 namespace varnock {
 
@@ -37,6 +38,26 @@ T RoundToInteger(double value) {
 }
 
 }  // namespace
+
+namespace detail {
+
+ArrayBox::ArrayBox(VariantArray array) : array_(std::make_unique<VariantArray>(std::move(array))) {}
+ArrayBox::ArrayBox(const ArrayBox& other) : array_(std::make_unique<VariantArray>(*other.array_)) {}
+ArrayBox& ArrayBox::operator=(const ArrayBox& other) {
+  if (this != &other) array_ = std::make_unique<VariantArray>(*other.array_);
+  return *this;
+}
+ArrayBox::ArrayBox(ArrayBox&& other) noexcept = default;
+ArrayBox& ArrayBox::operator=(ArrayBox&& other) noexcept = default;
+ArrayBox::~ArrayBox() = default;
+
+bool operator==(const ArrayBox& a, const ArrayBox& b) {
+  return *a.array_ == *b.array_;
+}
+
+}  // namespace detail
+
+Variant::Variant(VariantArray v) : value_(detail::ArrayBox(std::move(v))) {}
 
 std::string SingleToText(float value) {
   return FormatNumber(value, 7);
@@ -82,8 +103,17 @@ bool TryParseNumber(std::string_view text, double& value) {
 }
 
 VariantType Variant::Type() const {
-  static constexpr VariantType kTypes[] = {vbEmpty,  vbNull, vbInteger, vbLong,    vbSingle,
-                                           vbDouble, vbDate, vbString,  vbBoolean, vbObject};
+  static constexpr VariantType kTypes[] = {vbEmpty,
+                                           vbNull,
+                                           vbInteger,
+                                           vbLong,
+                                           vbSingle,
+                                           vbDouble,
+                                           vbDate,
+                                           vbString,
+                                           vbBoolean,
+                                           vbObject,
+                                           static_cast<VariantType>(vbArray | vbVariant)};
   return kTypes[value_.index()];
 }
 
@@ -216,6 +246,16 @@ std::shared_ptr<Object> Variant::ToObject() const {
   if (IsEmpty()) return nullptr;
   if (!IsObject()) RaiseHostError(hostTypeMismatch);
   return std::get<std::shared_ptr<Object>>(value_);
+}
+
+const VariantArray& Variant::Array() const {
+  if (!IsArray()) RaiseHostError(hostTypeMismatch);
+  return std::get<detail::ArrayBox>(value_).Get();
+}
+
+VariantArray& Variant::Array() {
+  if (!IsArray()) RaiseHostError(hostTypeMismatch);
+  return std::get<detail::ArrayBox>(value_).Get();
 }
 
 }  // namespace varnock
