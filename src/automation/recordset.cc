@@ -2,6 +2,7 @@
 
 #include <cctype>
 
+#include "automation/recordset_filter.h"
 #include "varnock/error.h"
 
 namespace varnock {
@@ -39,6 +40,7 @@ bool SameName(const std::string& a, const std::string& b) {
 }
 
 std::vector<Variant>& CurrentRow(RecordCursor& cursor) {
+  cursor.Sync();
   if (cursor.before_first || cursor.position >= cursor.visible.size())
     RaiseAdoError(adErrNoCurrentRecord);
   return cursor.table->rows[cursor.visible[cursor.position]];
@@ -51,6 +53,12 @@ int32_t RecordTable::ColumnOf(const std::string& name) const {
     if (SameName(fields[i].name, name)) return static_cast<int32_t>(i);
   }
   return -1;
+}
+
+void RecordCursor::Sync() {
+  for (; rows_seen < table->rows.size(); ++rows_seen) {
+    if (!predicate || predicate(table->rows[rows_seen])) visible.push_back(rows_seen);
+  }
 }
 
 Field::Field(std::shared_ptr<RecordCursor> cursor, size_t column)
@@ -107,7 +115,7 @@ void Recordset::Open() {
   open_ = true;
 }
 
-Variant Recordset::Converted(const FieldDefinition& field, const Variant& value) const {
+Variant Recordset::Converted(const FieldDefinition& field, const Variant& value) {
   if (value.IsNull() || value.IsEmpty()) return Variant(Null);
   switch (field.type) {
     case adSmallInt:
@@ -148,8 +156,11 @@ void Recordset::AddNew(const std::vector<std::string>& field_names,
     row[static_cast<size_t>(column)] =
         Converted(table.fields[static_cast<size_t>(column)], values[i]);
   }
+  cursor_->Sync();
   table.rows.push_back(std::move(row));
+  // A new row stays in view under the filter until the filter is set again, as in ADO.
   cursor_->visible.push_back(table.rows.size() - 1);
+  cursor_->rows_seen = table.rows.size();
   cursor_->position = cursor_->visible.size() - 1;
   cursor_->before_first = false;
 }
@@ -159,14 +170,17 @@ void Recordset::AddNew() {
 }
 
 int32_t Recordset::RecordCount() const {
+  cursor_->Sync();
   return static_cast<int32_t>(cursor_->visible.size());
 }
 
 bool Recordset::IsEOF() const {
+  cursor_->Sync();
   return cursor_->visible.empty() || cursor_->position >= cursor_->visible.size();
 }
 
 bool Recordset::IsBOF() const {
+  cursor_->Sync();
   return cursor_->visible.empty() || cursor_->before_first;
 }
 
@@ -176,6 +190,7 @@ void Recordset::MoveFirst() {
 }
 
 void Recordset::MoveLast() {
+  cursor_->Sync();
   cursor_->position = cursor_->visible.empty() ? 0 : cursor_->visible.size() - 1;
   cursor_->before_first = false;
 }
@@ -209,13 +224,29 @@ std::shared_ptr<Recordset> Recordset::Clone() const {
   return clone;
 }
 
-void Recordset::FilterRows(const std::function<bool(const std::vector<Variant>& row)>& predicate) {
-  const RecordTable& table = *cursor_->table;
+void Recordset::FilterRows(const RowPredicate& predicate) {
+  cursor_->predicate = predicate;
+  cursor_->filter.clear();
   cursor_->visible.clear();
-  for (size_t i = 0; i < table.rows.size(); ++i) {
-    if (!predicate || predicate(table.rows[i])) cursor_->visible.push_back(i);
-  }
+  cursor_->rows_seen = 0;
+  cursor_->Sync();
   MoveFirst();
+}
+
+void Recordset::Filter(const std::string& criteria) {
+  const bool blank = criteria.find_first_not_of(" \t\r\n") == std::string::npos;
+  RowPredicate predicate = blank ? RowPredicate() : automation::CompileFilter(criteria, Table());
+  FilterRows(predicate);
+  if (!blank) cursor_->filter = criteria;
+}
+
+std::shared_ptr<Recordset> Recordset::FromTable(RecordTable table) {
+  auto records = std::make_shared<Recordset>();
+  *records->cursor_->table = std::move(table);
+  records->cursor_->Sync();
+  records->open_ = true;
+  records->cursor_type_ = adOpenStatic;
+  return records;
 }
 
 }  // namespace varnock
