@@ -73,6 +73,9 @@ struct RecordData {
   DateTime first;             // time series only; 0 for other records
   DateTime last;
   std::string_view program;  // empty: FileOptions::program
+  // A rewrite may change the record's type (paired data 200 <-> 205, text 300 <-> 310,
+  // which HEC replaces); otherwise only 100 <-> 105 and 110 <-> 115 may change.
+  bool any_type = false;
 };
 
 struct CatalogEntry {

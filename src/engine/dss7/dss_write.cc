@@ -353,7 +353,9 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
 
     // Rewrite: 10.2.
     const InfoBlock old = probe.info;
-    if (!TypesCompatible(old.type, data.type) && meta == nullptr) return Status::kTypeMismatch;
+    if (!TypesCompatible(old.type, data.type) && meta == nullptr && !data.any_type) {
+      return Status::kTypeMismatch;
+    }
     st = CheckInfoBlock(old, physical_words_);
     if (st != Status::kOk) return st;
     const int64_t entry_at = probe.entry_bin + probe.entry_offset;
