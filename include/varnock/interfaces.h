@@ -10,6 +10,7 @@
 #include "varnock/object.h"
 #include "varnock/pathname.h"
 #include "varnock/recordset.h"
+#include "varnock/variant.h"
 
 namespace varnock {
 
@@ -53,6 +54,7 @@ inline constexpr float kMissingValue = -901.0f;
 inline constexpr float kNotProducedValue = -902.0f;
 
 class DSSDatabase;
+class RegularTimeSeries;
 
 // A listing of every record of a connected database.
 class VARNOCK_API IDSSCatalog : public virtual Object {
@@ -115,16 +117,38 @@ class VARNOCK_API IHTSLStream : public virtual Object {
 // Transforms of a regular series, and its summary statistics.
 class VARNOCK_API IRTSTransform : public virtual Object {
  public:
+  // Aggregates the series to a coarser interval in place, by its TsType and Aggregation; leaves
+  // it unchanged, silently, when the series does not line up with the new interval.
+  virtual void ChangeInterval(int32_t NewInterval) = 0;
   // Recomputes the statistics from the values; reading a statistic never recomputes it.
   virtual void RefreshStatistics() = 0;
   virtual float MaxValue() = 0;
   virtual float MinValue() = 0;
   virtual float MeanValue() = 0;
   virtual int32_t MissingCount() = 0;
+  // Each present value becomes the highest (lowest) present value so far.
+  virtual void RunningMax() = 0;
+  virtual void RunningMin() = 0;
+  // Element-wise maximum with another series of the same count.
+  virtual void SetMaximumFrom(const std::shared_ptr<RegularTimeSeries>& pRTS) = 0;
+  // Not implemented: always raises.
+  virtual void SetAsPeakSince() = 0;
+  // A new series with this one's settings and values (not its pathname).
+  virtual std::shared_ptr<RegularTimeSeries> Clone() = 0;
 };
 
-// Direct output of a series and import into it.
-class VARNOCK_API ITimeSeriesDirect : public virtual Object {};
+// Direct output of a series and import into it. A class that does not offer a member refuses
+// it with 0x80044001.
+class VARNOCK_API ITimeSeriesDirect : public virtual Object {
+ public:
+  // Puts a new array of the series into pArr: values (1 to n), or dates and values
+  // (1 to n, 1 to 2) when IncludeDates.
+  virtual void FillArray(Variant& pArr, bool IncludeDates);
+  // Fills the series from timestamped readings of a recordset (its fields named by the two
+  // field objects); the recordset itself is not moved.
+  virtual void FromRecordset(std::shared_ptr<Recordset> pRS, std::shared_ptr<Field> DateTimeField,
+                             std::shared_ptr<Field> DataField);
+};
 
 }  // namespace varnock
 

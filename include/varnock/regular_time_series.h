@@ -75,11 +75,27 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   std::string RecordDataType(const std::shared_ptr<DSSDatabase>& pDB) override;
 
   // IRTSTransform
+  // Errors: 131 for an interval pair it does not know, 1002 for a TsType other than INST-VAL
+  // and PER-CUM, 1005 for an Aggregation outside 0..2, the host's overflow and subscript
+  // errors; the series is left as it was on every error.
+  void ChangeInterval(int32_t NewInterval) override;
   void RefreshStatistics() override;
   float MaxValue() override { return Statistics().Max(); }
   float MinValue() override { return Statistics().Min(); }
   float MeanValue() override { return Statistics().Mean(); }
   int32_t MissingCount() override { return Statistics().MissingCount(); }
+  void RunningMax() override;
+  void RunningMin() override;
+  void SetMaximumFrom(const std::shared_ptr<RegularTimeSeries>& pRTS) override;
+  void SetAsPeakSince() override;
+  // Copies Aggregation, the values, UserWindow, IntervalSnap, units, type, the start and the
+  // windows (unset ones stay unset), not the pathname, Padding, offset or statistics.
+  std::shared_ptr<RegularTimeSeries> Clone() override;
+
+  // ITimeSeriesDirect
+  void FillArray(Variant& pArr, bool IncludeDates) override;
+  void FromRecordset(std::shared_ptr<Recordset> pRS, std::shared_ptr<Field> DateTimeField,
+                     std::shared_ptr<Field> DataField) override;
 
   // IHTSLStream
   std::string Domain() override { return pathname_->Apart(); }
@@ -99,6 +115,19 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   void RequireRegularInterval(int32_t interval) const;
   void ResizeKeeping(int32_t count);
   clsStatistics& Statistics();
+  // One step of building a series slot by slot: stores the carry in the slot after `index`,
+  // advances `index` and picks the carry for the next slot by TsType and Padding.
+  void ApplyPadding(int32_t& index, float& carry);
+  // Adds one reading to the carry of the import by TsType and Aggregation.
+  void Accumulate(const Variant& reading, float& carry) const;
+  // The working array of an interval change: a copy of `source` whose values 0..group_count
+  // are -902 followed by the aggregate of each group of consecutive values of `source`, the
+  // groups of fixed size, or of the days of successive months (nominal_days 30) or years (365)
+  // from first_day.
+  std::vector<float> AggregateFixedGroups(const std::vector<float>& source, int32_t group_size,
+                                          int32_t group_count) const;
+  std::vector<float> AggregateCalendarGroups(const std::vector<float>& source, Date first_day,
+                                             int32_t nominal_days, int32_t group_count) const;
 
   std::string units_;
   std::string type_;
