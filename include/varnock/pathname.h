@@ -66,6 +66,8 @@ class VARNOCK_API Pathname : public Object {
   void Interval(int32_t minutes);
 
   std::shared_ptr<Pathname> Clone() const;
+  // Sets all six parts exactly as a file stores them, case kept (the part puts upper-case).
+  void SetStoredParts(const std::string (&parts)[6]);
   // Sets parts from a part string such as "A=RIVER B=GAUGE F=OBS" (HECLIB's ZGPNP).
   void SetPartsFromString(const std::string& parts);
 

@@ -104,13 +104,10 @@ std::vector<std::shared_ptr<Pathname>> DSSDatabase::AsCollection(bool MakeNewCat
   RequireConnection("No DSS file connected");
   std::vector<std::shared_ptr<Pathname>> collection;
   ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
+    // Parts keep the case the file stores ("01Jan2020", "1Hour"); lookups ignore case.
     auto path = std::make_shared<Pathname>();
-    path->Apart(pieces[1]);
-    path->Bpart(pieces[2]);
-    path->Cpart(pieces[3]);
-    path->Dpart(pieces[4]);
-    path->Epart(pieces[5]);
-    path->Fpart(pieces[6]);
+    const std::string parts[6] = {pieces[1], pieces[2], pieces[3], pieces[4], pieces[5], pieces[6]};
+    path->SetStoredParts(parts);
     collection.push_back(std::move(path));
   });
   return collection;

@@ -116,6 +116,11 @@ std::shared_ptr<Pathname> Pathname::Clone() const {
   return copy;
 }
 
+void Pathname::SetStoredParts(const std::string (&parts)[6]) {
+  std::copy(parts, parts + 6, parts_);
+  interval_ = 0;
+}
+
 void Pathname::SetPartsFromString(const std::string& parts) {
   std::array<std::string, 6> fields;
   std::copy(std::begin(parts_), std::end(parts_), fields.begin());

@@ -1,0 +1,147 @@
+// End to end: gauge readings kept in an SQLite table and in a CSV file, imported into hourly
+// and daily series under every padding and aggregation rule.
+#include <sqlite3.h>
+
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_folder.h"
+#include "varnock/error.h"
+#include "varnock/regular_time_series.h"
+
+namespace varnock {
+namespace {
+
+// Readings of gauge G1 (G2 is noise the query leaves out). Times in "YYYY-MM-DD HH:MM:SS";
+// an empty value is Null.
+struct Reading {
+  const char* gauge;
+  const char* stamp;
+  const char* value;
+};
+const Reading kReadings[] = {
+    {"G1", "2019-12-31 23:30:00", "4"},   {"G2", "2020-01-01 00:00:00", "100"},
+    {"G1", "2020-01-01 00:20:00", "1"},   {"G1", "2020-01-01 00:40:00", "3"},
+    {"G1", "2020-01-01 01:00:00", "2"},   {"G2", "2020-01-01 01:30:00", "100"},
+    {"G1", "2020-01-01 02:10:00", ""},    {"G1", "2020-01-01 02:50:00", "5"},
+    {"G1", "2020-01-01 04:30:00", "6"},   {"G1", "2020-01-01 06:00:00", "7"},
+    {"G1", "2020-01-01 07:00:00", "0.5"}, {"G2", "2020-01-02 12:00:00", "100"},
+    {"G1", "2020-01-03 12:00:00", "10"},
+};
+
+void Execute(sqlite3* db, const std::string& sql) {
+  char* message = nullptr;
+  ASSERT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &message), SQLITE_OK) << message;
+}
+
+std::shared_ptr<Recordset> FromSqlite(const testing::TempFolder& folder) {
+  const std::string path = folder.File("gauges.db");
+  sqlite3* db = nullptr;
+  EXPECT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+  Execute(db, "CREATE TABLE readings (gauge TEXT, stamp DATETIME, flow REAL)");
+  // Stored out of time order: the query puts them in order.
+  for (auto it = std::rbegin(kReadings); it != std::rend(kReadings); ++it) {
+    const std::string value = *it->value ? it->value : "NULL";
+    Execute(db, std::string("INSERT INTO readings VALUES ('") + it->gauge + "', '" + it->stamp +
+                    "', " + value + ")");
+  }
+  sqlite3_close(db);
+  return Recordset::FromSqlite(
+      path, "SELECT stamp, flow FROM readings WHERE gauge = 'G1' ORDER BY stamp");
+}
+
+// The same readings of G1 as a spreadsheet would save them: month-first dates, AM/PM times.
+std::shared_ptr<Recordset> FromCsv(const testing::TempFolder& folder) {
+  std::ofstream csv(folder.File("g1.csv"));
+  csv << "Stamp,Flow\n";
+  for (const Reading& reading : kReadings) {
+    if (std::string(reading.gauge) != "G1") continue;
+    csv << Date::FromText(reading.stamp).ToString() << "," << reading.value << "\n";
+  }
+  csv.close();
+  return Recordset::FromCsvFile(folder.File("g1.csv"));
+}
+
+struct Rule {
+  const char* type;
+  PadMethods padding;
+  AggregationTypes aggregation;
+  // Hourly from 01:00 to 06:00 on 1 January 2020, daily from 2 to 5 January 2020.
+  std::vector<float> hourly;
+  std::vector<float> daily;
+};
+
+const Rule kRules[] = {
+    {"INST-VAL", intPadWatch, atUseLast, {4, 2, 2, 5, 5, 6}, {4, 0.5, 0.5, 10}},
+    {"INST-VAL", intPadWatch, atUseHighest, {4, 3, 3, 5, 5, 6}, {4, 7, 7, 10}},
+    {"INST-VAL", intPadEDMSpolled, atUseLast, {-901, 2, -901, 5, -901, 6}, {-901, 0.5, -901, 10}},
+    {"INST-VAL", intPadEDMSmixed, atUseHighest, {-901, 3, -901, 5, -901, 6}, {-901, 7, -901, 10}},
+    {"PER-CUM", intPadWatch, atUseLast, {0, 6, 0, 5, 0, 6}, {0, 24.5, 0, 10}},
+    {"PER-CUM",
+     intPadEDMSpolled,
+     atUseAverage,
+     {-901, 6, -901, 5, -901, 6},
+     {-901, 24.5, -901, 10}},
+    {"PER-CUM", intPadEDMSmixed, atUseHighest, {0, 6, 0, 5, 0, 6}, {0, 24.5, 0, 10}},
+};
+
+std::shared_ptr<RegularTimeSeries> Series(int32_t interval, Date start, int32_t count,
+                                          const Rule& rule) {
+  auto ts = std::make_shared<RegularTimeSeries>();
+  ts->Interval(interval);
+  ts->Starting(start);
+  ts->ValueCount(count);
+  ts->TsType(rule.type);
+  ts->Padding(rule.padding);
+  ts->Aggregation(rule.aggregation);
+  return ts;
+}
+
+std::vector<float> Imported(RegularTimeSeries& ts, const std::shared_ptr<Recordset>& records) {
+  ts.FromRecordset(records, records->Fields(0), records->Fields(1));
+  std::vector<float> out;
+  for (int32_t i = 0; i < ts.ValueCount(); ++i)
+    out.push_back(ts.Value(i));
+  return out;
+}
+
+TEST(ImportTest, SqliteAndCsvReadingsGiveTheSameSeries) {
+  testing::TempFolder folder;
+  const std::shared_ptr<Recordset> sources[] = {FromSqlite(folder), FromCsv(folder)};
+  for (const auto& records : sources) {
+    ASSERT_EQ(records->RecordCount(), 10);
+    EXPECT_EQ(records->Fields(0)->Type(), adDate);
+    for (const Rule& rule : kRules) {
+      const std::string name = std::string(rule.type) + " padding " + std::to_string(rule.padding) +
+                               " aggregation " + std::to_string(rule.aggregation);
+      auto hourly = Series(60, Date::Serial(2020, 1, 1, 1), 6, rule);
+      EXPECT_EQ(Imported(*hourly, records), rule.hourly) << name;
+      auto daily = Series(1440, Date::Serial(2020, 1, 2), 4, rule);
+      EXPECT_EQ(Imported(*daily, records), rule.daily) << name;
+      EXPECT_EQ(daily->Ending(), Date::Serial(2020, 1, 5));
+    }
+    // The recordset the host handed in is where it was.
+    EXPECT_EQ(records->Filter(), "");
+    EXPECT_EQ(records->Fields(1)->Value().ToDouble(), 4.0);
+  }
+}
+
+TEST(ImportTest, AveragingInstantaneousReadingsIsRefused) {
+  testing::TempFolder folder;
+  auto ts =
+      Series(60, Date::Serial(2020, 1, 1, 1), 6, {"INST-VAL", intPadWatch, atUseAverage, {}, {}});
+  const std::shared_ptr<Recordset> records = FromSqlite(folder);
+  try {
+    Imported(*ts, records);
+    FAIL() << "imported";
+  } catch (const AutomationError& error) {
+    EXPECT_EQ(error.Number(), 1005);
+  }
+  // The first carry had been stored; the period that met the second reading had not.
+  EXPECT_EQ(ts->Value(0), 4.0f);
+  EXPECT_EQ(ts->Value(1), -901.0f);
+}
+
+}  // namespace
+}  // namespace varnock
