@@ -49,8 +49,7 @@ void Run(const std::filesystem::path& folder) {
   auto db = std::make_shared<DSSDatabase>();
   db->Name((folder / "demo.dss").string());
   db->Connect(true);
-  std::printf("created %s (DSS version %s)\n", db->Name().c_str(),
-              TrimBlanks(db->Inquire("FVER").ToString()).c_str());
+  std::printf("created %s\n", db->Name().c_str());
 
   HourlyFlows()->Store(db);
   GaugeReadings()->Store(db);
@@ -77,11 +76,12 @@ void Run(const std::filesystem::path& folder) {
   readings->Starting(Date::Serial(2024, 5, 1));
   readings->Ending(Date::Serial(2024, 5, 31, 23, 59));
   readings->Retrieve(db);
-  std::printf("\nirregular stage %s, %d readings:\n", readings->TsUnits().c_str(),
-              readings->ValueCount());
+  std::printf("\nirregular stage %s, %d readings in May:\n",
+              TrimBlanks(readings->TsUnits()).c_str(), readings->ValueCount());
   for (int32_t i = 0; i < readings->ValueCount(); ++i)
     std::printf("  %-22s %6.2f\n", readings->DateTime(i).ToString().c_str(), readings->Value(i));
   db->Disconnect();
+  std::printf("\n%s is a DSS version %s file\n", db->Name().c_str(), db->Version().c_str());
   db->PurgeMessageFile();
 }
 
