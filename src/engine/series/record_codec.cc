@@ -144,14 +144,18 @@ DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_v
   out->offset = irregular ? 0 : ih[h::kOffset];
   out->first_position = ih[h::kFirstPosition];
   out->last_position = ih[h::kLastPosition];
-  const int64_t count = record.info.data_count;
+  // The count written with the areas wins over the info block's: an in-place rewrite that
+  // failed before its info block landed leaves the old dataCount beside new areas.
+  int64_t count = record.info.data_count;
+  if (!irregular)
+    count = int64_t{out->last_position} - out->first_position + 1;
+  else if (ih[h::kValuesCompression] == 0)
+    count = ih[h::kValuesNumber] / out->value_size;
   if (ih[h::kDepths] != 0 || ih[h::kValueSize] != out->value_size ||
-      ih[h::kElementSize] != out->value_size || count < 0 || count > kMaxInts)
+      ih[h::kElementSize] != out->value_size || count < 0 || count > kMaxInts ||
+      (!irregular && out->first_position < 0))
     return DecodeResult::kDamaged;
   out->count = static_cast<int32_t>(count);
-  if (!irregular && (out->first_position < 0 || out->last_position < out->first_position ||
-                     int64_t{out->last_position} - out->first_position + 1 != count))
-    return DecodeResult::kDamaged;
 
   // Strings: after the blank filler, or at int 17 in records of the legacy layout.
   const int64_t strings_at =
