@@ -35,7 +35,7 @@ std::string Database(const testing::TempFolder& folder, const std::string& sql) 
   const std::string path = folder.File("gauges.db");
   sqlite3* db = nullptr;
   EXPECT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-  Execute(db, sql);
+  Execute(db, "BEGIN;" + sql + "COMMIT;");
   sqlite3_close(db);
   return path;
 }

@@ -39,13 +39,14 @@ std::shared_ptr<Recordset> FromSqlite(const testing::TempFolder& folder) {
   const std::string path = folder.File("gauges.db");
   sqlite3* db = nullptr;
   EXPECT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-  Execute(db, "CREATE TABLE readings (gauge TEXT, stamp DATETIME, flow REAL)");
+  std::string sql = "BEGIN; CREATE TABLE readings (gauge TEXT, stamp DATETIME, flow REAL);";
   // Stored out of time order: the query puts them in order.
   for (auto it = std::rbegin(kReadings); it != std::rend(kReadings); ++it) {
     const std::string value = *it->value ? it->value : "NULL";
-    Execute(db, std::string("INSERT INTO readings VALUES ('") + it->gauge + "', '" + it->stamp +
-                    "', " + value + ")");
+    sql += std::string("INSERT INTO readings VALUES ('") + it->gauge + "', '" + it->stamp + "', " +
+           value + ");";
   }
+  Execute(db, sql + "COMMIT;");
   sqlite3_close(db);
   return Recordset::FromSqlite(
       path, "SELECT stamp, flow FROM readings WHERE gauge = 'G1' ORDER BY stamp");
