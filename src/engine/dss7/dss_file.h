@@ -76,6 +76,9 @@ struct RecordData {
   // A rewrite may change the record's type (paired data 200 <-> 205, text 300 <-> 310,
   // which HEC replaces); otherwise only 100 <-> 105 and 110 <-> 115 may change.
   bool any_type = false;
+  // A rewrite goes to new space even when the old space would hold it: the old record stays
+  // whole until the new one is linked, whatever step fails.
+  bool move_on_rewrite = false;
 };
 
 struct CatalogEntry {

@@ -381,7 +381,8 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
     entry_words[3] = IsTimeSeriesType(b.type) ? PackPair(b.first.julian, b.last.julian) : 0;
     auto& h = header_;
     h[hdr::kLastWriteTime] = now;
-    if (new_int32 <= old_int32 && header_words + WordsForInt32s(allocated) <= old_words) {
+    if (!data.move_on_rewrite && new_int32 <= old_int32 &&
+        header_words + WordsForInt32s(allocated) <= old_words) {
       // In place; the space given to the record never shrinks.
       const int64_t kept_alloc = 2 * (old_words - header_words);
       LayOut(data, old.area_address[kInternalHeader], kept_alloc, &b);
