@@ -23,6 +23,8 @@ Status WriteEncoded(dss7::DssFile& file, std::string_view path, const EncodedRec
                     WritePlan plan, std::string_view program, bool (*same_kind)(int32_t)) {
   dss7::RecordData data = record.View();
   data.program = program;
+  // In place, a failure between the areas and the info block would mix old and new.
+  data.move_on_rewrite = true;
   dss7::InfoBlock old;
   Status s = file.Lookup(path, &old);
   if (s != Status::kOk && s != Status::kNotFound) return s;
