@@ -6,9 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "series/regular/series_test_support.h"
 #include "tests/support/temp_folder.h"
-#include "varnock/error.h"
-#include "varnock/regular_time_series.h"
 
 namespace varnock {
 namespace {
@@ -87,24 +86,13 @@ const Rule kRules[] = {
     {"PER-CUM", intPadEDMSmixed, atUseHighest, {0, 6, 0, 5, 0, 6}, {0, 24.5, 0, 10}},
 };
 
-std::shared_ptr<RegularTimeSeries> Series(int32_t interval, Date start, int32_t count,
-                                          const Rule& rule) {
-  auto ts = std::make_shared<RegularTimeSeries>();
-  ts->Interval(interval);
-  ts->Starting(start);
-  ts->ValueCount(count);
-  ts->TsType(rule.type);
+std::vector<float> Imported(int32_t interval, Date start, size_t count, const Rule& rule,
+                            const std::shared_ptr<Recordset>& records) {
+  auto ts = testing::Series(interval, start, std::vector<float>(count), rule.type);
   ts->Padding(rule.padding);
   ts->Aggregation(rule.aggregation);
-  return ts;
-}
-
-std::vector<float> Imported(RegularTimeSeries& ts, const std::shared_ptr<Recordset>& records) {
-  ts.FromRecordset(records, records->Fields(0), records->Fields(1));
-  std::vector<float> out;
-  for (int32_t i = 0; i < ts.ValueCount(); ++i)
-    out.push_back(ts.Value(i));
-  return out;
+  ts->FromRecordset(records, records->Fields(0), records->Fields(1));
+  return testing::Values(*ts);
 }
 
 TEST(ImportTest, SqliteAndCsvReadingsGiveTheSameSeries) {
@@ -116,11 +104,8 @@ TEST(ImportTest, SqliteAndCsvReadingsGiveTheSameSeries) {
     for (const Rule& rule : kRules) {
       const std::string name = std::string(rule.type) + " padding " + std::to_string(rule.padding) +
                                " aggregation " + std::to_string(rule.aggregation);
-      auto hourly = Series(60, Date::Serial(2020, 1, 1, 1), 6, rule);
-      EXPECT_EQ(Imported(*hourly, records), rule.hourly) << name;
-      auto daily = Series(1440, Date::Serial(2020, 1, 2), 4, rule);
-      EXPECT_EQ(Imported(*daily, records), rule.daily) << name;
-      EXPECT_EQ(daily->Ending(), Date::Serial(2020, 1, 5));
+      EXPECT_EQ(Imported(60, testing::At(2020, 1, 1, 1), 6, rule, records), rule.hourly) << name;
+      EXPECT_EQ(Imported(1440, testing::At(2020, 1, 2), 4, rule, records), rule.daily) << name;
     }
     // The recordset the host handed in is where it was.
     EXPECT_EQ(records->Filter(), "");
@@ -130,18 +115,11 @@ TEST(ImportTest, SqliteAndCsvReadingsGiveTheSameSeries) {
 
 TEST(ImportTest, AveragingInstantaneousReadingsIsRefused) {
   testing::TempFolder folder;
-  auto ts =
-      Series(60, Date::Serial(2020, 1, 1, 1), 6, {"INST-VAL", intPadWatch, atUseAverage, {}, {}});
-  const std::shared_ptr<Recordset> records = FromSqlite(folder);
-  try {
-    Imported(*ts, records);
-    FAIL() << "imported";
-  } catch (const AutomationError& error) {
-    EXPECT_EQ(error.Number(), 1005);
-  }
-  // The first carry had been stored; the period that met the second reading had not.
-  EXPECT_EQ(ts->Value(0), 4.0f);
-  EXPECT_EQ(ts->Value(1), -901.0f);
+  const Rule average{"INST-VAL", intPadWatch, atUseAverage, {}, {}};
+  EXPECT_EQ(testing::CaughtError([&] {
+              Imported(60, testing::At(2020, 1, 1, 1), 6, average, FromSqlite(folder));
+            }).Number(),
+            1005);
 }
 
 }  // namespace
