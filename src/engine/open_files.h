@@ -37,7 +37,9 @@ struct OpenTable {
 };
 
 // The open file of the table, or nullptr with *status = 70 when the table is not open or its
-// words are damaged. *status is left alone on success; status may be null.
+// words are damaged. *status is left alone on success; status may be null. No I/O is done:
+// call Refresh() on the file to see writes made through other tables or processes. As in
+// HECLIB, one table is used by one thread at a time.
 dss7::DssFile* FileOfTable(int32_t* ifltab, int32_t* status);
 
 // The whole entry of an open table, or nullptr. Valid until the table is closed.
