@@ -60,38 +60,28 @@ int32_t Copy(Table& from, Table& to, std::string old_path, std::string new_path,
 }
 
 TEST(IntervalNamesTest, BothSpellingsAnyCase) {
-  for (auto [e, seconds] : {std::pair<const char*, int64_t>{"1HOUR", 3600},
-                            {"1Hour", 3600},
-                            {"15MIN", 900},
-                            {"15Minute", 900},
-                            {"30second", 30},
-                            {"1MON", 2592000},
-                            {"1Month", 2592000},
-                            {"SEMI-MONTH", 1296000},
-                            {"Tri-Month", 864000},
-                            {"1YEAR", 31536000},
-                            {"7HOUR", 0},
-                            {"01DAY", 0},
-                            {"1DAYS", 0},
-                            {"HOUR", 0},
-                            {"", 0}}) {
+  // clang-format off
+  const std::pair<const char*, int64_t> cases[] = {
+      {"1HOUR", 3600}, {"1Hour", 3600}, {"15MIN", 900}, {"15Minute", 900}, {"30second", 30},
+      {"1MON", 2592000}, {"1Month", 2592000}, {"SEMI-MONTH", 1296000}, {"Tri-Month", 864000},
+      {"1YEAR", 31536000}, {"7HOUR", 0}, {"01DAY", 0}, {"1DAYS", 0}, {"HOUR", 0}, {"", 0}};
+  // clang-format on
+  for (auto [e, seconds] : cases)
     EXPECT_EQ(RegularIntervalSeconds(e), seconds) << e;
-  }
   EXPECT_EQ(IrregularBlockRank("IR-Month"), 2);
   EXPECT_EQ(IrregularBlockRank("IR-CENTURY"), 5);
   EXPECT_EQ(IrregularBlockRank("IR-WEEK"), 0);
 }
 
 TEST(GuessRecordTypeTest, FromThePathnameAlone) {
-  for (auto [path, type] : {std::pair<const char*, int32_t>{"/A/B/FLOW/01JAN2001/1HOUR/F/", 100},
-                            {"/A/B/FLOW/TS-PAT/1Day/F/", 101},
-                            {"/A/B/FLOW/01JAN2001/IR-MONTH/F/", 110},
-                            {"/A/B/FLOW/ts-x/IR-DAY/F/", 111},
-                            {"/A/B/FLOW-STAGE///F/", 0},
-                            {"/A/B/C/D/1MINUTE/F/", 100},
-                            {"no pathname", 0}}) {
+  // clang-format off
+  const std::pair<const char*, int32_t> cases[] = {
+      {"/A/B/FLOW/01JAN2001/1HOUR/F/", 100}, {"/A/B/FLOW/TS-PAT/1Day/F/", 101},
+      {"/A/B/FLOW/01JAN2001/IR-MONTH/F/", 110}, {"/A/B/FLOW/ts-x/IR-DAY/F/", 111},
+      {"/A/B/FLOW-STAGE///F/", 0}, {"/A/B/C/D/1MINUTE/F/", 100}, {"no pathname", 0}};
+  // clang-format on
+  for (auto [path, type] : cases)
     EXPECT_EQ(GuessRecordType(path), type) << path;
-  }
 }
 
 class RecordUtilitiesTest : public ::testing::Test {
