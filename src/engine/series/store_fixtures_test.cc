@@ -172,5 +172,36 @@ TEST(SeriesStoreFixtures, ReadBackAndMatchHecBlockForBlock) {
   EXPECT_EQ(compared.size(), 24u);
 }
 
+// Files older than 7-HA keep the legacy layout when we merge into HEC's compressed blocks.
+TEST(SeriesStoreFixtures, LegacyFileGetsTheLegacyLayout) {
+  VARNOCK_REQUIRE_FIXTURE(sample, "sample7.dss");
+  dss7::Status st;
+  auto file = dss7::testing::OpenMemory(dss7::testing::LoadStorage(sample), &st);
+  ASSERT_EQ(st, dss7::Status::kOk);
+  ASSERT_LT(file->version().full, kFirstPaddedLayout);
+  const char* path = "/GREEN RIVER/GLENFIR/FLOW//1HOUR/OBS/";
+  const Instant start = testing::ParseIso("1992-04-22T01:00:00");
+  SeriesRead before;
+  ASSERT_TRUE(ReadRegular(*file, path, start, 48, &before).ok());
+  RegularStore r;
+  r.path = path;
+  r.start = start + 3600;
+  const std::vector<double> v = {1.0, 2.0};
+  r.values = v;
+  r.units = before.units;
+  r.type = before.type;
+  ASSERT_TRUE(StoreRegular(*file, r).ok());
+  SeriesRead after;
+  ASSERT_TRUE(ReadRegular(*file, path, start, 48, &after).ok());
+  before.values[1] = 1.0;
+  before.values[2] = 2.0;
+  EXPECT_EQ(after.values, before.values);
+  EXPECT_EQ(after.units, before.units);
+  dss7::Record rec;
+  ASSERT_EQ(file->ReadRecord("/GREEN RIVER/GLENFIR/FLOW/01Apr1992/1Hour/OBS/", &rec),
+            dss7::Status::kOk);
+  EXPECT_NE(rec.areas[dss7::kInternalHeader][17], 0x20202020);  // strings start at int 17
+}
+
 }  // namespace
 }  // namespace varnock::engine::series

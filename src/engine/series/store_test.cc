@@ -154,6 +154,16 @@ TEST_F(SeriesStore, RefusesBadRequests) {
   EXPECT_EQ(StoreRegular(*file_, both).code, SeriesCode::kBadInput);
 }
 
+TEST_F(SeriesStore, WeeklyBlocksKeepHecsSlotQuirk) {
+  const char* path = "/A/B/C//1WEEK/F/";
+  ASSERT_TRUE(Put({1, 2, 3}, At(2020, 1, 4, 2400), 0, path).ok());  // Saturdays, slots 0, 1, 2
+  ASSERT_TRUE(Put({9}, At(2020, 1, 11, 2400), 0, path).ok());       // also computes slot 0
+  SeriesRead r;
+  ASSERT_TRUE(ReadRegular(*file_, path, At(2020, 1, 4, 2400), 3, &r).ok());
+  EXPECT_EQ(r.values, (std::vector<double>{9, 2, 3}));
+  EXPECT_EQ(r.times.front(), At(2020, 1, 4, 2400));
+}
+
 class SeriesIrregularStore : public SeriesStore {
  protected:
   SeriesStatus PutIr(const std::vector<Instant>& t, const std::vector<double>& v,
