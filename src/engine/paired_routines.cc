@@ -9,7 +9,7 @@
 //   and 10 when the record's contents are damaged.
 #include <algorithm>
 #include <cstdint>
-#include <ctime>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -76,8 +76,10 @@ LastRecordInfo LastRecordOf(const dss7::InfoBlock& info, int32_t precision) {
   const int64_t days = ms >= 0 ? ms / kMillisPerDay : -((-ms + kMillisPerDay - 1) / kMillisPerDay);
   const int64_t seconds = (ms - days * kMillisPerDay) / 1000;
   char date[7];
-  JulianToDate(static_cast<int32_t>(std::clamp<int64_t>(days + kJulianOf1970, -1000000, 5000000)),
-               kDateStyle, date);
+  const int64_t julian =
+      std::clamp<int64_t>(days + kJulianOf1970, std::numeric_limits<int32_t>::min(),
+                          std::numeric_limits<int32_t>::max());
+  JulianToDate(static_cast<int32_t>(julian), kDateStyle, date);
   r.written_date.Assign(std::string_view(date, sizeof date));
   const int64_t parts[3] = {seconds / 3600, seconds / 60 % 60, seconds % 60};
   char time[8] = {'0', '0', ':', '0', '0', ':', '0', '0'};

@@ -116,6 +116,8 @@ TEST_F(PairedRoutines, ReadsHecsRecordsIntoHeclibsArguments) {
   EXPECT_EQ(r.labels.substr(600), "####");
   EXPECT_EQ(t.Ask("TYPE"), "200 PD");
   EXPECT_EQ(t.Ask("PREC"), "0 ");
+  EXPECT_EQ(t.Ask("RVER"), "1 ");
+  EXPECT_EQ(t.Ask("PROG"), "-903 not sp");  // HEC's writer: "not specified"
 
   // Element length 16 (Fortran CHARACTER*16), and fewer elements than curves.
   r = ReadPd(t, kFloatPath, 100, 16, 1);
