@@ -175,12 +175,12 @@ void RegularTimeSeries::ChangeInterval(int32_t NewInterval) {
   const auto boundaries_plus_one = [&](DateUnit unit) {
     return Checked(Date::Diff(unit, start_day, last_day) + 1);
   };
-  // Sub-daily values to one value per day (the first stage of A2 to A4).
+  // Sub-daily values to one value per day, the first of two stages to weeks, months, years.
   const auto daily = [&] {
     const int32_t per_day = kDay / current;
     return AggregateFixedGroups(values_, per_day, AtLeastOneGroup(intervals / per_day));
   };
-  // Whether a sub-daily series covers exactly dayCount whole days.
+  // Whether a sub-daily series covers exactly day_count whole days.
   const auto whole_days = [&] {
     if (Checked(static_cast<int64_t>(intervals) * current) / kDay != day_count) return false;
     if (kDay % current != 0) return false;
@@ -189,22 +189,22 @@ void RegularTimeSeries::ChangeInterval(int32_t NewInterval) {
 
   std::vector<float> work;
   if (current >= 1 && current <= kLargestSubDaily) {
-    if (target <= kDay) {  // A1
+    if (target <= kDay) {
       if (target % current != 0) return;
       const int32_t ratio = target / current;
       if (intervals % ratio != 0) return;
       work = AggregateFixedGroups(values_, ratio, AtLeastOneGroup(intervals / ratio));
-    } else if (target == kWeek) {  // A2
+    } else if (target == kWeek) {
       if (start_day.Weekday() != 1 || last_day.Weekday() != 7) return;
       if (Checked(static_cast<int64_t>(intervals) * current) % kWeek != 0) return;
       if (kDay % current != 0 || intervals % (kDay / current) != 0) return;
       const std::vector<float> days = daily();
       work = AggregateFixedGroups(days, 7, boundaries_plus_one(DateUnit::Week));
-    } else if (target == kMonth) {  // A3
+    } else if (target == kMonth) {
       if (!IsFirstOfMonth(start_day) || !IsLastOfMonth(last_day) || !whole_days()) return;
       const std::vector<float> days = daily();
       work = AggregateCalendarGroups(days, start_day, 30, boundaries_plus_one(DateUnit::Month));
-    } else if (target == kYear) {  // A4
+    } else if (target == kYear) {
       if (!IsFirstOfYear(start_day) || !IsLastOfYear(last_day) || !whole_days()) return;
       const std::vector<float> days = daily();
       work = AggregateCalendarGroups(days, start_day, 365, boundaries_plus_one(DateUnit::Year));
@@ -212,13 +212,13 @@ void RegularTimeSeries::ChangeInterval(int32_t NewInterval) {
       RaiseNonstandard(target);
     }
   } else if (current == kDay) {
-    if (target == kWeek) {  // B1
+    if (target == kWeek) {
       if (start_day.Weekday() != 1 || last_day.Weekday() != 7 || intervals != day_count) return;
       work = AggregateFixedGroups(values_, 7, boundaries_plus_one(DateUnit::Week));
-    } else if (target == kMonth) {  // B2
+    } else if (target == kMonth) {
       if (!IsFirstOfMonth(start_day) || !IsLastOfMonth(last_day) || intervals != day_count) return;
       work = AggregateCalendarGroups(values_, start_day, 30, boundaries_plus_one(DateUnit::Month));
-    } else if (target == kYear) {  // B3
+    } else if (target == kYear) {
       if (!IsFirstOfYear(start_day) || !IsLastOfYear(last_day) || intervals != day_count) return;
       work = AggregateCalendarGroups(values_, start_day, 365, boundaries_plus_one(DateUnit::Year));
     } else {
@@ -227,7 +227,7 @@ void RegularTimeSeries::ChangeInterval(int32_t NewInterval) {
   } else if (current == kMonth) {
     if (target != kYear) RaiseNonstandard(target);
     if (!IsFirstOfYear(start_day) || !IsLastOfYear(last_day) || intervals % 12 != 0) return;
-    work = AggregateFixedGroups(values_, 12, AtLeastOneGroup(intervals / 12));  // C1
+    work = AggregateFixedGroups(values_, 12, AtLeastOneGroup(intervals / 12));
   } else {
     RaiseNonstandard(current);
   }
