@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/dss7/dss_file.h"
+#include "engine/dss7/hash.h"
 #include "engine/fixed_text.h"
 #include "engine/interval_names.h"
 #include "engine/message_units.h"
@@ -195,10 +196,17 @@ int32_t CopyRecord(int32_t* from_table, int32_t* to_table, std::string_view path
     NoteFileStatus(from_table, s);
     return FatalCode(s) != 0 ? FatalCode(s) : 1;
   }
+  // A source record whose areas lie outside the file fails here, not in the target.
+  s = dss7::CheckInfoBlock(info, source->physical_words());
+  if (s != Status::kOk) {
+    NoteFileStatus(from_table, s);
+    return FatalCode(s) != 0 ? FatalCode(s) : static_cast<int32_t>(Status::kDamaged);
+  }
   if (info.area_length[dss7::kInternalHeader] > header_words ||
       info.area_length[dss7::kHeader2] > data_words) {
     return -2;
   }
+  if (!dss7::IsStorablePath(new_name)) return 3;
   if (target->read_only()) return -12;
   if (CurrentOptions().protect) {
     Refresh(to_table, *target);
@@ -219,6 +227,10 @@ int32_t CopyRecord(int32_t* from_table, int32_t* to_table, std::string_view path
       return 1;
     case Status::kReadOnly:
       return -12;
+    case Status::kInvalidArgument:
+      // The name was checked: the source record itself cannot be written anywhere.
+      NoteFileStatus(from_table, Status::kDamaged);
+      return static_cast<int32_t>(Status::kDamaged);
     default:
       NoteFileStatus(to_table, s);
       return static_cast<int32_t>(s);

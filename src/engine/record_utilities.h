@@ -47,7 +47,8 @@ int32_t UndeleteRecord(int32_t* ifltab, std::string_view path, int32_t npath);
 // blanks. Returns 0 copied, 1 source not found, -1 a buffer size of 0 or less, -2 the
 // record's internal header is longer than header_words or its second header longer than
 // data_words, -12 the target is read-only or has the record and option PROT is on, 3 the
-// target file cannot store the new name, or a fatal code (70 for a table that is not open).
+// new name is not one a DSS-7 file can store, or a fatal code (70 for a table that is not
+// open, 10 for a source record too damaged to copy).
 int32_t CopyRecord(int32_t* from_table, int32_t* to_table, std::string_view path,
                    std::string_view new_path, int32_t header_words, int32_t data_words);
 
