@@ -16,5 +16,6 @@
 #include "varnock/regular_time_series.h"
 #include "varnock/statistics.h"
 #include "varnock/variant.h"
+#include "varnock/variant_array.h"
 
 #endif  // VARNOCK_VARNOCK_H_
