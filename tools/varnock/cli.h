@@ -104,6 +104,11 @@ class Progress {
 // Date text of HEC's block form ("01Jan2020") as a julian day; false when it is not a date.
 bool BlockDateJulian(const std::string& text, int32_t* julian);
 
+// An engine instant (seconds from 31 December 1899 00:00) as "YYYY-MM-DDTHH:MM:SS".
+std::string IsoTime(int64_t instant);
+// The canonical dump of a file; with a pattern, only the records it matches.
+std::string DumpFile(engine::dss7::DssFile& file, const PathPattern* pattern);
+
 // Commands.
 int RunInfo(const std::vector<std::string>& args);
 int RunCatalog(const std::vector<std::string>& args);
@@ -111,6 +116,9 @@ int RunCopy(const std::vector<std::string>& args);
 int RunRename(const std::vector<std::string>& args);
 int RunDelete(const std::vector<std::string>& args);
 int RunUndelete(const std::vector<std::string>& args);
+int RunDump(const std::vector<std::string>& args);
+int RunExport(const std::vector<std::string>& args);
+int RunImport(const std::vector<std::string>& args);
 
 }  // namespace varnock::cli
 

@@ -15,7 +15,7 @@ namespace dss7 = engine::dss7;
 
 namespace {
 
-std::string IsoTime(int64_t milliseconds) {
+std::string WallClockTime(int64_t milliseconds) {
   if (milliseconds <= 0) return "unknown";
   const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
   std::tm parts{};
@@ -117,8 +117,8 @@ int RunInfo(const std::vector<std::string>& raw) {
               static_cast<long long>(words * dss7::kWordBytes), static_cast<long long>(words));
   std::printf("dead space    %lld words (%lld%%)\n", static_cast<long long>(dead),
               static_cast<long long>(words > 0 ? dead * 100 / words : 0));
-  std::printf("created       %s\n", IsoTime(header[dss7::hdr::kCreateTime]).c_str());
-  std::printf("last written  %s\n", IsoTime(header[dss7::hdr::kLastWriteTime]).c_str());
+  std::printf("created       %s\n", WallClockTime(header[dss7::hdr::kCreateTime]).c_str());
+  std::printf("last written  %s\n", WallClockTime(header[dss7::hdr::kLastWriteTime]).c_str());
   return kExitOk;
 }
 
@@ -209,6 +209,12 @@ int RunUndelete(const std::vector<std::string>& raw) {
 
 const std::vector<Command>& Commands() {
   static const std::vector<Command> kCommands = {
+      {"dump", "the canonical text dump of a file",
+       "usage: varnock dump FILE [PATTERN]\n\n"
+       "Prints every record in the canonical DSSDUMP 1 form: time series blocks with\n"
+       "their times and values, paired data with its curves, text records; other\n"
+       "record types print 'unsupported'. With PATTERN only matching records print.\n",
+       RunDump},
       {"info", "version, record count, size, dead space, creation and last-write times",
        "usage: varnock info FILE\n\nPrints the file's DSS version, its record count, size, dead "
        "space and\ncreation and last-write times.\n",

@@ -139,3 +139,37 @@ TEST(VarnockToolTest, RecordUtilities) {
 }
 
 }  // namespace
+
+namespace {
+
+std::string ReadDump(const std::string& dump_path) {
+  const bool compressed = dump_path.size() > 3 && dump_path.substr(dump_path.size() - 3) == ".gz";
+  FILE* pipe = popen(((compressed ? "gzip -dc '" : "cat '") + dump_path + "'").c_str(), "r");
+  std::string text;
+  char buffer[65536];
+  size_t read = 0;
+  while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+    text.append(buffer, read);
+  pclose(pipe);
+  return text;
+}
+
+// The dump of each reference file is byte for byte the dump HEC's library gives.
+TEST(VarnockToolTest, DumpsReproduceTheReferenceDumps) {
+  const std::pair<const char*, const char*> files[] = {
+      {"fixture7.dss", "fixture7.dump.txt"},
+      {"sample7.dss", "sample7.dss.dump.txt.gz"},
+      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"}};
+  for (const auto& [file, dump] : files) {
+    VARNOCK_REQUIRE_FIXTURE(source, file);
+    VARNOCK_REQUIRE_FIXTURE(dump_path, dump);
+    TempFolder folder;
+    const Outcome ours = RunTool("dump " + Quoted(source), folder);
+    EXPECT_EQ(ours.exit_code, 0) << file;
+    const std::string expected = ReadDump(dump_path);
+    ASSERT_EQ(ours.out.size(), expected.size()) << file;
+    EXPECT_TRUE(ours.out == expected) << file;
+  }
+}
+
+}  // namespace
