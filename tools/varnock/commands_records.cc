@@ -215,6 +215,20 @@ const std::vector<Command>& Commands() {
        "their times and values, paired data with its curves, text records; other\n"
        "record types print 'unsupported'. With PATTERN only matching records print.\n",
        RunDump},
+      {"export", "write one time series as CSV",
+       "usage: varnock export FILE PATHNAME [--start T] [--end T] --csv [--output F]\n\n"
+       "Writes the series PATHNAME names (its D part is ignored: every block is read)\n"
+       "as CSV: comment lines with pathname, units, type and precision, then\n"
+       "time,value (and quality where stored). Times are YYYY-MM-DDTHH:MM:SS; --start\n"
+       "and --end (same form) keep the values between them, both ends included. Slots\n"
+       "never written are left out.\n",
+       RunExport},
+      {"import", "store one time series from CSV",
+       "usage: varnock import FILE CSV [--path PATHNAME] [--units U] [--type T] [--doubles]\n\n"
+       "Stores the rows of a CSV file as written by 'varnock export' (or any file of\n"
+       "time,value[,quality] rows) into FILE, created when missing. The series is\n"
+       "regular or irregular by its E part; options override the CSV's comment lines.\n",
+       RunImport},
       {"info", "version, record count, size, dead space, creation and last-write times",
        "usage: varnock info FILE\n\nPrints the file's DSS version, its record count, size, dead "
        "space and\ncreation and last-write times.\n",

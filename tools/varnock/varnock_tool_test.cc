@@ -173,3 +173,63 @@ TEST(VarnockToolTest, DumpsReproduceTheReferenceDumps) {
 }
 
 }  // namespace
+
+namespace {
+
+// Dump lines of one series' records (the file-level header lines left out).
+std::string SeriesDump(const std::string& file, const std::string& pattern,
+                       const TempFolder& folder) {
+  const std::string dump = RunTool("dump " + Quoted(file) + " " + Quoted(pattern), folder).out;
+  const size_t first_record = dump.find("record ");
+  return first_record == std::string::npos ? "" : dump.substr(first_record);
+}
+
+TEST(VarnockToolTest, ExportedSeriesImportIntoTheSameRecords) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string copy = folder.File("round.dss");
+  const char* series[][2] = {
+      {"/FIXTURES/HOURLY/FLOW//1Hour/F77-ZSRTS/", "/FIXTURES/HOURLY/FLOW/*/1Hour/F77-ZSRTS/"},
+      {"/FIXTURES/DAILY/TEMP//1Day/F77-OFFSET/", "/FIXTURES/DAILY/TEMP/*/1Day/F77-OFFSET/"},
+      {"/FIXTURES/HOURLY/ELEV//6Hour/C-DOUBLE/", "/FIXTURES/HOURLY/ELEV/*/6Hour/C-DOUBLE/"},
+      {"/FIXTURES/GAGE/FLOW//IR-Day/F77-ZSITS/", "/FIXTURES/GAGE/FLOW/*/IR-Day/F77-ZSITS/"}};
+  for (const auto& [path, pattern] : series) {
+    const std::string csv = folder.File("series.csv");
+    EXPECT_EQ(
+        RunTool("export " + Quoted(source) + " " + Quoted(path) + " --csv --output " + Quoted(csv),
+                folder)
+            .exit_code,
+        0)
+        << path;
+    EXPECT_EQ(RunTool("import " + Quoted(copy) + " " + Quoted(csv), folder).exit_code, 0) << path;
+    const std::string original = SeriesDump(source, pattern, folder);
+    ASSERT_FALSE(original.empty()) << path;
+    EXPECT_EQ(SeriesDump(copy, pattern, folder), original) << path;
+  }
+  // A window keeps the values between its ends, both included.
+  const Outcome window = RunTool("export " + Quoted(source) +
+                                     " /FIXTURES/HOURLY/FLOW//1Hour/F77-ZSRTS/ --csv "
+                                     "--start 2021-01-15T03:00:00 --end 2021-01-15T05:00:00",
+                                 folder);
+  EXPECT_NE(window.out.find("time,value\n2021-01-15T03:00:00,257.673004\n"), std::string::npos);
+  EXPECT_EQ(CountLines(window.out), 5 + 1 + 3);
+}
+
+TEST(VarnockToolTest, BadCsvInputNamesTheLine) {
+  TempFolder folder;
+  const std::string csv = folder.File("bad.csv");
+  std::ofstream(csv) << "# pathname /A/B/FLOW//1Hour/F/\ntime,value\n2021-01-01T01:00:00,1.5\n"
+                        "2021-01-01T02:00:00,abc\n";
+  const Outcome bad = RunTool("import " + Quoted(folder.File("x.dss")) + " " + Quoted(csv), folder);
+  EXPECT_EQ(bad.exit_code, 5);
+  EXPECT_NE(bad.err.find("line 4: bad value 'abc'"), std::string::npos) << bad.err;
+  std::ofstream(csv) << "time,value\n2021-13-01T01:00:00,1.5\n";
+  const Outcome no_path =
+      RunTool("import " + Quoted(folder.File("x.dss")) + " " + Quoted(csv), folder);
+  EXPECT_EQ(no_path.exit_code, 5);
+  EXPECT_NE(no_path.err.find("line 2: bad time"), std::string::npos) << no_path.err;
+  EXPECT_EQ(
+      RunTool("export " + Quoted(folder.File("x.dss")) + " /A/B/C//1Hour/F/", folder).exit_code, 2);
+}
+
+}  // namespace
