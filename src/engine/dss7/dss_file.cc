@@ -278,6 +278,8 @@ Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create
 Status DssFile::Close() {
   if (!open_) return Status::kOk;
   open_ = false;
+  const Status flushed = unsynced_ ? io_->Sync() : Status::kOk;
+  unsynced_ = false;
   const int64_t arr_r = header_[hdr::kReadLockArrayAddress];
   const int64_t arr_w = header_[hdr::kWriteLockArrayAddress];
   if (read_slot_ >= 0) (void)io_->UnlockWords(arr_r + read_slot_, 1);
@@ -286,7 +288,7 @@ Status DssFile::Close() {
   read_slot_ = write_slot_ = -1;
   exclusive_held_ = false;
   io_.reset();
-  return Status::kOk;
+  return flushed;
 }
 
 Status DssFile::TakeReadSlot() {
@@ -340,7 +342,11 @@ Status DssFile::BeginWrite() {
 
 Status DssFile::EndWrite(Status status) {
   if (!in_write_) return status;
-  if (status == Status::kOk) status = io_->Sync();
+  if (status == Status::kOk && options_.sync_each_write) {
+    status = io_->Sync();
+  } else if (status == Status::kOk) {
+    unsynced_ = true;
+  }
   if (status != Status::kOk) stale_ = true;
   if (!exclusive_held_) (void)io_->UnlockWords(header_[hdr::kLockWordsAddress], 1);
   in_write_ = false;

@@ -43,6 +43,10 @@ struct FileOptions {
   bool exclusive = false;           // refuse when others have it open; keep it to ourselves
   int lock_attempts = 100;          // tries for the write lock ...
   int lock_wait_ms = 50;            // ... this far apart
+  // fsync after every write operation, for callers that must survive a power cut mid-session.
+  // Off by default: the write order already keeps every earlier record readable when a write
+  // fails, and Close flushes what was written.
+  bool sync_each_write = false;
 };
 
 struct CreateOptions {
@@ -185,6 +189,7 @@ class DssFile {
   bool read_only_ = false;
   bool open_ = false;
   bool in_write_ = false;
+  bool unsynced_ = false;  // written since the last fsync
   bool stale_ = false;  // a write failed: reload everything before the next operation
   std::vector<int64_t> hash_table_;
   bool hash_table_loaded_ = false;
