@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "automation/test_errors.h"
+#include "tests/support/caught_error.h"
 #include "varnock/recordset.h"
 
 namespace varnock {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/test_errors.h"
+#include "tests/support/caught_error.h"
 #include "tests/support/temp_folder.h"
 #include "varnock/recordset.h"
 

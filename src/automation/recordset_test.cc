@@ -2,19 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include "varnock/error.h"
 
 namespace varnock {
 namespace {
 
-int32_t ErrorNumberOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error.Number();
-  }
-  return 0;
-}
+using testing::ErrorNumberOf;
 
 std::shared_ptr<Recordset> Readings() {
   auto records = std::make_shared<Recordset>();

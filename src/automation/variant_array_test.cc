@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/test_errors.h"
+#include "tests/support/caught_error.h"
 
 namespace varnock {
 namespace {

@@ -2,20 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include "varnock/dictionary.h"
 #include "varnock/error.h"
 
 namespace varnock {
 namespace {
 
-int32_t ErrorNumberOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error.Number();
-  }
-  return 0;
-}
+using testing::ErrorNumberOf;
 
 TEST(VariantTest, TypesAndNumericTests) {
   EXPECT_EQ(Variant().Type(), vbEmpty);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include <filesystem>
 #include <set>
 
@@ -13,16 +15,9 @@
 namespace varnock {
 namespace {
 
-using testing::TempFolder;
+using testing::CaughtError;
 
-AutomationError CaughtError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  return AutomationError(0, "", "no error");
-}
+using testing::TempFolder;
 
 std::shared_ptr<Pathname> Path(const std::string& name) {
   auto path = std::make_shared<Pathname>();

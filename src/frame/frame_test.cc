@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+
 #include <unistd.h>
+#include "tests/support/caught_error.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,14 +14,7 @@
 namespace varnock {
 namespace {
 
-AutomationError CaughtError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  return AutomationError(0, "", "no error");
-}
+using testing::CaughtError;
 
 TEST(FrameDatesTest, EveryDayFrom1900To2199SurvivesTheRoundTrip) {
   const Date first = Date::Serial(1900, 1, 1);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include "tests/support/fixture_path.h"
 #include "tests/support/temp_folder.h"
 #include "varnock/database.h"
@@ -10,14 +12,7 @@
 namespace varnock {
 namespace {
 
-AutomationError CaughtError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  return AutomationError(0, "", "no error");
-}
+using testing::CaughtError;
 
 TEST(PairedDataTest, NewObjectAndLimits) {
   PairedData pd;

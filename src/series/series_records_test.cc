@@ -1,6 +1,8 @@
 // Series stored in and retrieved from DSS files through the public classes.
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include <cfloat>
 #include <cmath>
 
@@ -16,16 +18,9 @@
 namespace varnock {
 namespace {
 
-using testing::TempFolder;
+using testing::CaughtError;
 
-AutomationError CaughtError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  return AutomationError(0, "", "no error");
-}
+using testing::TempFolder;
 
 std::shared_ptr<DSSDatabase> NewDatabase(const TempFolder& folder, const std::string& name) {
   auto db = std::make_shared<DSSDatabase>();

@@ -5,22 +5,31 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 
 namespace varnock::testing {
 
-// Pathname -> record type of every record block of a dump.
-inline std::map<std::string, int> DumpRecordTypes(const std::string& dump_path) {
+// The whole text of a dump file, gzip-compressed or not.
+inline std::string ReadDumpText(const std::string& dump_path) {
   const bool compressed = dump_path.size() > 3 && dump_path.substr(dump_path.size() - 3) == ".gz";
   const std::string command = (compressed ? "gzip -dc '" : "cat '") + dump_path + "'";
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string text;
+  if (!pipe) return text;
+  char buffer[65536];
+  size_t read = 0;
+  while ((read = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0)
+    text.append(buffer, read);
+  return text;
+}
+
+// Pathname -> record type of every record block of a dump.
+inline std::map<std::string, int> DumpRecordTypes(const std::string& dump_path) {
   std::map<std::string, int> records;
-  if (!pipe) return records;
-  char line[4096];
+  std::istringstream lines(ReadDumpText(dump_path));
   std::string current;
-  while (std::fgets(line, sizeof line, pipe.get()) != nullptr) {
-    std::string text(line);
-    if (!text.empty() && text.back() == '\n') text.pop_back();
+  for (std::string text; std::getline(lines, text);) {
     if (text.rfind("record ", 0) == 0) {
       current = text.substr(7);
       records[current] = 0;

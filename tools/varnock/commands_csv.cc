@@ -160,6 +160,14 @@ CsvSeries ReadCsv(const std::string& name) {
   return csv;
 }
 
+// A failed store is a write failure when the file refused it, else a fault of the input.
+void RequireStored(const series::SeriesStatus& status, const std::string& path) {
+  if (status.ok()) return;
+  Check(status.file, kExitWriteFailed, "cannot store " + path);
+  throw Failure(kExitBadInput, "cannot store " + path + " (error " +
+                                   std::to_string(static_cast<int>(status.code)) + ")");
+}
+
 void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::Interval& interval) {
   // Rows that follow one another slot by slot go in one store; a gap ends the run, so slots
   // and blocks the export left out stay unwritten.
@@ -191,12 +199,7 @@ void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::I
       store.quality = quality;
       store.quality_size = 1;
     }
-    const series::SeriesStatus status = series::StoreRegular(file, store);
-    if (!status.ok()) {
-      Check(status.file, kExitWriteFailed, "cannot store " + csv.path);
-      throw Failure(kExitBadInput, "cannot store " + csv.path + " (error " +
-                                       std::to_string(static_cast<int>(status.code)) + ")");
-    }
+    RequireStored(series::StoreRegular(file, store), csv.path);
     progress.Advance(static_cast<int64_t>(end));
     begin = end;
   }
@@ -222,12 +225,7 @@ void StoreIrregularRows(dss7::DssFile& file, const CsvSeries& csv) {
     store.quality = quality;
     store.quality_size = 1;
   }
-  const series::SeriesStatus status = series::StoreIrregular(file, store);
-  if (!status.ok()) {
-    Check(status.file, kExitWriteFailed, "cannot store " + csv.path);
-    throw Failure(kExitBadInput, "cannot store " + csv.path + " (error " +
-                                     std::to_string(static_cast<int>(status.code)) + ")");
-  }
+  RequireStored(series::StoreIrregular(file, store), csv.path);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/support/dump_reader.h"
 #include "tests/support/fixture_path.h"
 #include "tests/support/temp_folder.h"
 
@@ -142,18 +143,6 @@ TEST(VarnockToolTest, RecordUtilities) {
 
 namespace {
 
-std::string ReadDump(const std::string& dump_path) {
-  const bool compressed = dump_path.size() > 3 && dump_path.substr(dump_path.size() - 3) == ".gz";
-  FILE* pipe = popen(((compressed ? "gzip -dc '" : "cat '") + dump_path + "'").c_str(), "r");
-  std::string text;
-  char buffer[65536];
-  size_t read = 0;
-  while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    text.append(buffer, read);
-  pclose(pipe);
-  return text;
-}
-
 // The dump of each reference file is byte for byte the dump HEC's library gives.
 TEST(VarnockToolTest, DumpsReproduceTheReferenceDumps) {
   const std::pair<const char*, const char*> files[] = {
@@ -166,7 +155,7 @@ TEST(VarnockToolTest, DumpsReproduceTheReferenceDumps) {
     TempFolder folder;
     const Outcome ours = RunTool("dump " + Quoted(source), folder);
     EXPECT_EQ(ours.exit_code, 0) << file;
-    const std::string expected = ReadDump(dump_path);
+    const std::string expected = varnock::testing::ReadDumpText(dump_path);
     ASSERT_EQ(ours.out.size(), expected.size()) << file;
     EXPECT_TRUE(ours.out == expected) << file;
   }

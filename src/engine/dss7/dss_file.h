@@ -190,7 +190,7 @@ class DssFile {
   bool open_ = false;
   bool in_write_ = false;
   bool unsynced_ = false;  // written since the last fsync
-  bool stale_ = false;  // a write failed: reload everything before the next operation
+  bool stale_ = false;     // a write failed: reload everything before the next operation
   std::vector<int64_t> hash_table_;
   bool hash_table_loaded_ = false;
   std::vector<int64_t> scratch_;

@@ -2,19 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/caught_error.h"
+
 #include "varnock/error.h"
 
 namespace varnock {
 namespace {
 
-AutomationError CaughtError(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const AutomationError& error) {
-    return error;
-  }
-  return AutomationError(0, "", "no error");
-}
+using testing::CaughtError;
 
 TEST(IrregTimeSeriesTest, NewSeriesAndSlotIndexing) {
   IrregTimeSeries ts;

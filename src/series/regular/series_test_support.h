@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "automation/test_errors.h"
+#include "tests/support/caught_error.h"
 #include "varnock/regular_time_series.h"
 
 namespace varnock::testing {

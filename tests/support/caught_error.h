@@ -1,6 +1,6 @@
 // The error an action raises, for tests.
-#ifndef VARNOCK_AUTOMATION_TEST_ERRORS_H_
-#define VARNOCK_AUTOMATION_TEST_ERRORS_H_
+#ifndef VARNOCK_TESTS_SUPPORT_CAUGHT_ERROR_H_
+#define VARNOCK_TESTS_SUPPORT_CAUGHT_ERROR_H_
 
 #include <functional>
 
@@ -18,6 +18,11 @@ inline AutomationError CaughtError(const std::function<void()>& action) {
   return AutomationError(0, "", "no error");
 }
 
+// The number of the error the action raised, or 0.
+inline int32_t ErrorNumberOf(const std::function<void()>& action) {
+  return CaughtError(action).Number();
+}
+
 }  // namespace varnock::testing
 
-#endif  // VARNOCK_AUTOMATION_TEST_ERRORS_H_
+#endif  // VARNOCK_TESTS_SUPPORT_CAUGHT_ERROR_H_
