@@ -13,7 +13,7 @@ clang-format --dry-run --Werror $files
 echo "== release build"
 bash scripts/build.sh build
 echo "== sanitizer build"
-bash scripts/build.sh build-asan -DVARNOCK_SANITIZE=ON
+bash scripts/build.sh build-asan -DVARNOCK_SANITIZE=ON -DVARNOCK_BENCH=OFF
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
