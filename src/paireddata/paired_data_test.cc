@@ -113,6 +113,35 @@ TEST(PairedDataTest, TimeSeriesIsNotPairedData) {
   EXPECT_EQ(error.HelpContext(), 518);
 }
 
+TEST(PairedDataTest, ReferenceCurvesReadAsHecWroteThem) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  testing::TempFolder folder;
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name(folder.CopyIn(source, "fixture7.dss"));
+  db->Connect();
+  auto pd = std::make_shared<PairedData>();
+  pd->Pathname()->Name("/FIXTURES/RESERVOIR/ELEV-STORAGE///F77-ZSPD/");
+  pd->Retrieve(db);
+  EXPECT_EQ(pd->Nord(), 10);
+  EXPECT_EQ(pd->Ncurve(), 2);
+  EXPECT_EQ(pd->Units(axFirstAxis), "FT");
+  EXPECT_EQ(pd->Units(axSecondAxis), "AC-FT");
+  EXPECT_EQ(pd->PdType(axSecondAxis), "UNT");
+  EXPECT_EQ(pd->LABEL(0), "LOW CURVE");
+  EXPECT_EQ(pd->LABEL(1), "HIGH CURVE");
+  EXPECT_EQ(pd->XValue(9), 145.0f);
+  EXPECT_EQ(pd->YValue(0, 9), 4050.0f);
+  EXPECT_EQ(pd->YValue(1, 3), 685.0f);
+
+  // The double-precision record arrives in single precision.
+  pd->Pathname()->Name("/FIXTURES/RESERVOIR/ELEV-AREA///C-ZPDSTORE/");
+  pd->Retrieve(db);
+  EXPECT_EQ(pd->Nord(), 6);
+  EXPECT_EQ(pd->PdType(axFirstAxis), "LINEAR");
+  EXPECT_EQ(pd->LABEL(1), "WINTER");
+  EXPECT_EQ(pd->YValue(0, 1), static_cast<float>(1000.1428571428571));
+}
+
 TEST(GriddedDataTest, RefusesRecordsButAnswersExistence) {
   testing::TempFolder folder;
   auto db = std::make_shared<DSSDatabase>();
