@@ -106,11 +106,6 @@ bool TypeFits(int32_t type, bool irregular, int32_t* value_size) {
 
 }  // namespace
 
-float ToFloat(double v) {
-  if (std::isnan(v) || std::fabs(v) <= FLT_MAX) return static_cast<float>(v);
-  return v > 0 ? HUGE_VALF : -HUGE_VALF;
-}
-
 std::string PackStrings(std::span<const std::string_view> strings) {
   std::string out;
   for (std::string_view s : strings) {

@@ -6,6 +6,7 @@
 #define VARNOCK_ENGINE_SERIES_RECORD_CODEC_H_
 
 #include <cfloat>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -56,7 +57,10 @@ inline bool IsMissing(double v) {
   return v == kUndefinedDouble || v == -901.0 || v == -902.0;
 }
 // Out-of-range doubles become infinities rather than undefined behaviour.
-float ToFloat(double v);
+inline float ToFloat(double v) {
+  if (std::isnan(v) || std::fabs(v) <= FLT_MAX) return static_cast<float>(v);
+  return v > 0 ? HUGE_VALF : -HUGE_VALF;
+}
 
 // File versions below 7-HA keep the legacy layout: no section pads, unpadded strings at int 17.
 inline constexpr int kFirstPaddedLayout = 70801;

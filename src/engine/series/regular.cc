@@ -1,6 +1,7 @@
 // Regular-interval series: a store split into block records and merged slot by slot with what
 // each block holds, and window reads across blocks.
 #include <algorithm>
+#include <cstring>
 
 #include "engine/series/series_internal.h"
 
@@ -197,6 +198,25 @@ SeriesStatus StoreRegular(dss7::DssFile& file, const RegularStore& in) {
   return internal::WriteAll(file, prepared);
 }
 
+namespace {
+
+// Copies `count` stored values from position `first` of a block, widening floats.
+void CopyValues(const SeriesBlock& b, int64_t first, int64_t count, double* out) {
+  if (count <= 0) return;
+  if (b.value_size == 2) {
+    std::memcpy(out, b.values.data() + 2 * first, static_cast<size_t>(count) * sizeof(double));
+    return;
+  }
+  const int32_t* ints = b.values.data() + first;
+  for (int64_t k = 0; k < count; ++k) {
+    float f;
+    std::memcpy(&f, ints + k, sizeof f);
+    out[k] = f;
+  }
+}
+
+}  // namespace
+
 SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instant start,
                          int64_t count, SeriesRead* out, const ReadOptions& options) {
   SeriesPath path;
@@ -258,10 +278,17 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
           out->cnotes.assign(done, '\0');
         }
         if (b.has_cnotes) internal::NoteOffsets(b.cnotes, b.count, &offsets);
-        for (size_t j = 0; j < take; ++j) {
+        // Stored positions of this block that fall in the window: [lo, hi) of `take`.
+        const int64_t lo =
+            std::clamp<int64_t>(b.first_position - pos, 0, static_cast<int64_t>(take));
+        const int64_t hi =
+            std::clamp<int64_t>(b.first_position + b.count - pos, lo, static_cast<int64_t>(take));
+        CopyValues(b, pos + lo - b.first_position, hi - lo, out->values.data() + done + lo);
+        const bool per_slot = b.quality_size > 0 || b.inote_size > 0 || out->has_cnotes;
+        for (size_t j = 0; per_slot && j < take; ++j) {
           const int64_t i = pos + static_cast<int64_t>(j) - b.first_position;
           const bool stored = i >= 0 && i < b.count;
-          if (stored) out->values[done + j] = ValueAt(b.values, b.value_size, i);
+          if (!stored && !out->has_cnotes) continue;
           if (stored && b.quality_size > 0)
             std::copy_n(b.quality.begin() + i * b.quality_size, b.quality_size,
                         out->quality.begin() + static_cast<int64_t>(done + j) * b.quality_size);
@@ -286,12 +313,20 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
   }
 
   out->times.resize(n);
-  Instant t = first_std;
-  for (size_t i = 0; i < n; ++i) {
-    out->times[i] = ReportedTime(iv, t, out->offset_seconds);
-    t = StepStandard(iv, t, 1);
+  if (iv.klass == IntervalClass::kFixed) {
+    // Fixed steps: the reported time of slot i is plain arithmetic.
+    const Instant shift = out->offset_seconds == 0 ? 0 : out->offset_seconds - iv.seconds;
+    for (size_t i = 0; i < n; ++i)
+      out->times[i] = first_std + static_cast<int64_t>(i) * iv.seconds + shift;
+  } else {
+    Instant t = first_std;
+    for (size_t i = 0; i < n; ++i) {
+      out->times[i] = ReportedTime(iv, t, out->offset_seconds);
+      t = StepStandard(iv, t, 1);
+    }
   }
-  if (options.floats) {
+  // Float blocks widen exactly, so only double blocks need rounding for a float caller.
+  if (options.floats && out->doubles) {
     for (double& v : out->values)
       v = static_cast<double>(ToFloat(v));
   }
