@@ -209,31 +209,8 @@ SeriesStatus ReadIrregular(dss7::DssFile& file, std::string_view path_text, Inst
     if (!s.ok()) return s;
     if (!found) continue;
     const size_t done = out->values.size();
-    if (out->blocks_found++ == 0) {
-      out->units = b.units;
-      out->type = b.type;
-      out->time_zone = b.zone;
-      out->precision = b.precision;
-      out->granularity = b.granularity;
-      out->record_type = b.record_type;
-      out->user_header = b.user_header;
-    }
-    out->doubles = out->doubles || b.value_size == 2;
-    if (b.quality_size > 0 && out->quality_size == 0) {
-      out->quality_size = b.quality_size;
-      out->quality.assign(done * b.quality_size, 0);
-    }
-    if (b.inote_size > 0 && out->inote_size == 0) {
-      out->inote_size = b.inote_size;
-      out->inotes.assign(done * b.inote_size, 0);
-    }
-    if ((b.quality_size > 0 && b.quality_size != out->quality_size) ||
-        (b.inote_size > 0 && b.inote_size != out->inote_size))
-      return Fail(SeriesCode::kIncompatible);
-    if (b.has_cnotes && !out->has_cnotes) {
-      out->has_cnotes = true;
-      out->cnotes.assign(done, '\0');
-    }
+    s = internal::AdoptBlock(b, done, done, out);
+    if (!s.ok()) return s;
     if (b.has_cnotes) internal::NoteOffsets(b.cnotes, b.count, &offsets);
     const Instant base = MakeInstant(block, 0);
     const Instant limit = MakeInstant(NextBlockStart(iv.block, block), 0);

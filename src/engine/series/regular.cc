@@ -251,32 +251,8 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
         else
           out->absent.emplace_back(done, done + take);
       } else {
-        if (out->blocks_found++ == 0) {
-          out->units = b.units;
-          out->type = b.type;
-          out->time_zone = b.zone;
-          out->precision = b.precision;
-          out->offset_seconds = b.offset;
-          out->granularity = b.granularity;
-          out->record_type = b.record_type;
-          out->user_header = b.user_header;
-        }
-        out->doubles = out->doubles || b.value_size == 2;
-        if (b.quality_size > 0 && out->quality_size == 0) {
-          out->quality_size = b.quality_size;
-          out->quality.assign(n * b.quality_size, 0);
-        }
-        if (b.inote_size > 0 && out->inote_size == 0) {
-          out->inote_size = b.inote_size;
-          out->inotes.assign(n * b.inote_size, 0);
-        }
-        if ((b.quality_size > 0 && b.quality_size != out->quality_size) ||
-            (b.inote_size > 0 && b.inote_size != out->inote_size))
-          return Fail(SeriesCode::kIncompatible);
-        if (b.has_cnotes && !out->has_cnotes) {
-          out->has_cnotes = true;
-          out->cnotes.assign(done, '\0');
-        }
+        s = internal::AdoptBlock(b, n, done, out);
+        if (!s.ok()) return s;
         if (b.has_cnotes) internal::NoteOffsets(b.cnotes, b.count, &offsets);
         // Stored positions of this block that fall in the window: [lo, hi) of `take`.
         const int64_t lo =

@@ -27,6 +27,37 @@ SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregu
   return Fail(SeriesCode::kDamaged);
 }
 
+SeriesStatus AdoptBlock(const SeriesBlock& b, size_t value_slots, size_t note_slots,
+                        SeriesRead* out) {
+  if (out->blocks_found++ == 0) {
+    out->units = b.units;
+    out->type = b.type;
+    out->time_zone = b.zone;
+    out->precision = b.precision;
+    if (b.record_type < kIrregularFloat) out->offset_seconds = b.offset;
+    out->granularity = b.granularity;
+    out->record_type = b.record_type;
+    out->user_header = b.user_header;
+  }
+  out->doubles = out->doubles || b.value_size == 2;
+  if (b.quality_size > 0 && out->quality_size == 0) {
+    out->quality_size = b.quality_size;
+    out->quality.assign(value_slots * b.quality_size, 0);
+  }
+  if (b.inote_size > 0 && out->inote_size == 0) {
+    out->inote_size = b.inote_size;
+    out->inotes.assign(value_slots * b.inote_size, 0);
+  }
+  if ((b.quality_size > 0 && b.quality_size != out->quality_size) ||
+      (b.inote_size > 0 && b.inote_size != out->inote_size))
+    return Fail(SeriesCode::kIncompatible);
+  if (b.has_cnotes && !out->has_cnotes) {
+    out->has_cnotes = true;
+    out->cnotes.assign(note_slots, '\0');
+  }
+  return {};
+}
+
 SeriesStatus CheckInput(const SeriesInput& in, size_t n) {
   const bool sizes_ok = in.quality_size >= 0 && in.quality_size <= 64 && in.inote_size >= 0 &&
                         in.inote_size <= 64 &&

@@ -17,6 +17,12 @@ inline SeriesStatus FileFail(dss7::Status status) {
   return {SeriesCode::kFile, status};
 }
 
+// Takes a found block into a read: the header fields of the first block, and the quality and
+// note sections, sized for `value_slots` values (notes for `note_slots`). kIncompatible when
+// this block's section sizes differ from earlier blocks'.
+SeriesStatus AdoptBlock(const SeriesBlock& b, size_t value_slots, size_t note_slots,
+                        SeriesRead* out);
+
 // One read per record: *found false when the block does not exist.
 SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
                        SeriesBlock* out, bool* found);
