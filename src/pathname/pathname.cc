@@ -94,7 +94,8 @@ void Pathname::Clear() {
 }
 
 int32_t Pathname::Interval() {
-  if (interval_ == 0) interval_ = IntervalMinutes(TrimBlanks(parts_[4]));
+  // Parts set by hand are upper-case already; parts taken from a file keep its case ("1Hour").
+  if (interval_ == 0) interval_ = IntervalMinutes(UpperCase(TrimBlanks(parts_[4])));
   return interval_;
 }
 

@@ -108,6 +108,15 @@ TEST(PathnameTest, IntervalVocabulary) {
   }
 }
 
+TEST(PathnameTest, StoredPartsKeepTheirCaseAndStillNameAnInterval) {
+  Pathname path;
+  const std::string parts[6] = {"A", "B", "FLOW", "01Jan2020", "1Hour", "obs"};
+  path.SetStoredParts(parts);
+  EXPECT_EQ(TrimTrailingBlanks(path.Name()), "/A/B/FLOW/01Jan2020/1Hour/obs/");
+  EXPECT_EQ(path.Interval(), 60);
+  EXPECT_TRUE(path.IsValid());
+}
+
 TEST(PathnameTest, CloneAndClear) {
   Pathname path;
   path.Name("/A/B/C/D/1DAY/F/");
