@@ -109,6 +109,21 @@ void StoreAll(dss7::DssFile& file, const Shape& shape, const std::vector<double>
   }
 }
 
+// A file holding every series of the shape, for the read and catalog cases.
+void WriteFilledFile(const std::filesystem::path& path, const Shape& shape) {
+  auto file = NewFile(path, shape);
+  StoreAll(*file, shape, Values(shape.values_per_series));
+  file->Close();
+}
+
+std::unique_ptr<dss7::DssFile> OpenReadOnly(const std::filesystem::path& path) {
+  std::unique_ptr<dss7::DssFile> file;
+  dss7::FileOptions options;
+  options.read_only = true;
+  dss7::DssFile::Open(path.string(), options, &file);
+  return file;
+}
+
 void BM_EngineStore(benchmark::State& state) {
   const Shape shape = kShapes[state.range(0)];
   const auto path = BenchFolder() / "engine_store.dss";
@@ -130,16 +145,9 @@ void BM_EngineStore(benchmark::State& state) {
 void BM_EngineRetrieve(benchmark::State& state) {
   const Shape shape = kShapes[state.range(0)];
   const auto path = BenchFolder() / "engine_read.dss";
-  {
-    auto file = NewFile(path, shape);
-    StoreAll(*file, shape, Values(shape.values_per_series));
-    file->Close();
-  }
+  WriteFilledFile(path, shape);
   const double raw = RawSeconds(shape, false);
-  std::unique_ptr<dss7::DssFile> file;
-  dss7::FileOptions options;
-  options.read_only = true;
-  dss7::DssFile::Open(path.string(), options, &file);
+  auto file = OpenReadOnly(path);
   series::SeriesRead read;
   series::ReadOptions floats;
   floats.floats = true;
@@ -158,15 +166,8 @@ void BM_EngineRetrieve(benchmark::State& state) {
 void BM_EngineCatalog(benchmark::State& state) {
   const Shape shape = kShapes[state.range(0)];
   const auto path = BenchFolder() / "engine_catalog.dss";
-  {
-    auto file = NewFile(path, shape);
-    StoreAll(*file, shape, Values(shape.values_per_series));
-    file->Close();
-  }
-  std::unique_ptr<dss7::DssFile> file;
-  dss7::FileOptions options;
-  options.read_only = true;
-  dss7::DssFile::Open(path.string(), options, &file);
+  WriteFilledFile(path, shape);
+  auto file = OpenReadOnly(path);
   std::vector<dss7::CatalogEntry> entries;
   for (auto _ : state) {
     file->SortedCatalog(&entries, false);
@@ -216,11 +217,7 @@ void BM_ClassStore(benchmark::State& state) {
 void BM_ClassRetrieve(benchmark::State& state) {
   const Shape shape = kShapes[state.range(0)];
   const auto path = BenchFolder() / "class_read.dss";
-  {
-    auto file = NewFile(path, shape);
-    StoreAll(*file, shape, Values(shape.values_per_series));
-    file->Close();
-  }
+  WriteFilledFile(path, shape);
   const double raw = RawSeconds(shape, false);
   auto db = std::make_shared<varnock::DSSDatabase>();
   db->Name(path.string());

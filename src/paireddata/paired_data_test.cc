@@ -14,6 +14,15 @@ namespace {
 
 using testing::CaughtError;
 
+// A database connected to a copy of a reference file.
+std::shared_ptr<DSSDatabase> ConnectedCopy(const std::string& source,
+                                           const testing::TempFolder& folder) {
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name(folder.CopyIn(source, "copy.dss"));
+  db->Connect();
+  return db;
+}
+
 TEST(PairedDataTest, NewObjectAndLimits) {
   PairedData pd;
   EXPECT_EQ(pd.Nord(), 0);
@@ -103,9 +112,7 @@ TEST(PairedDataTest, StoreAndRetrieveWithLabels) {
 TEST(PairedDataTest, TimeSeriesIsNotPairedData) {
   VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
   testing::TempFolder folder;
-  auto db = std::make_shared<DSSDatabase>();
-  db->Name(folder.CopyIn(source, "fixture7.dss"));
-  db->Connect();
+  auto db = ConnectedCopy(source, folder);
   auto pd = std::make_shared<PairedData>();
   pd->Pathname()->Name("/FIXTURES/DAILY/STAGE/01Jan2020/1Day/C-ZTSSTORE/");
   const AutomationError error = CaughtError([&] { pd->Retrieve(db); });
@@ -116,9 +123,7 @@ TEST(PairedDataTest, TimeSeriesIsNotPairedData) {
 TEST(PairedDataTest, ReferenceCurvesReadAsHecWroteThem) {
   VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
   testing::TempFolder folder;
-  auto db = std::make_shared<DSSDatabase>();
-  db->Name(folder.CopyIn(source, "fixture7.dss"));
-  db->Connect();
+  auto db = ConnectedCopy(source, folder);
   auto pd = std::make_shared<PairedData>();
   pd->Pathname()->Name("/FIXTURES/RESERVOIR/ELEV-STORAGE///F77-ZSPD/");
   pd->Retrieve(db);
