@@ -1,15 +1,22 @@
 // Demo of the Varnock library: creates a DSS file in a temporary folder, stores an hourly and an
 // irregular series, reads them back, and prints the catalog, a few values and statistics.
+// `varnock-demo --keep` leaves the file in place and says where it is.
 #include <cmath>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <string>
 
 #include <varnock/varnock.h>
 
 namespace {
 
 using namespace varnock;
+
+// Dates in ISO form, unambiguous whatever the reader's locale.
+std::string Iso(Date date) {
+  return date.Format("yyyy-mm-dd hh:nn:ss");
+}
 
 std::shared_ptr<RegularTimeSeries> HourlyFlows() {
   auto flows = std::make_shared<RegularTimeSeries>();
@@ -65,9 +72,9 @@ void Run(const std::filesystem::path& folder) {
   flows->Retrieve(db);
   flows->RefreshStatistics();
   std::printf("\nhourly flow %s (%s), %d values from %s:\n", flows->TsUnits().c_str(),
-              flows->TsType().c_str(), flows->ValueCount(), flows->Starting().ToString().c_str());
+              flows->TsType().c_str(), flows->ValueCount(), Iso(flows->Starting()).c_str());
   for (int32_t i : {0, 1, 2, 3, 4, 719})
-    std::printf("  %-22s %10.1f\n", flows->DateTime(i).ToString().c_str(), flows->Value(i));
+    std::printf("  %-20s %10.1f\n", Iso(flows->DateTime(i)).c_str(), flows->Value(i));
   std::printf("  max %.1f  min %.1f  mean %.1f  missing %d\n", flows->MaxValue(), flows->MinValue(),
               flows->MeanValue(), flows->MissingCount());
 
@@ -79,7 +86,7 @@ void Run(const std::filesystem::path& folder) {
   std::printf("\nirregular stage %s, %d readings in May:\n",
               TrimBlanks(readings->TsUnits()).c_str(), readings->ValueCount());
   for (int32_t i = 0; i < readings->ValueCount(); ++i)
-    std::printf("  %-22s %6.2f\n", readings->DateTime(i).ToString().c_str(), readings->Value(i));
+    std::printf("  %-20s %6.2f\n", Iso(readings->DateTime(i)).c_str(), readings->Value(i));
   db->Disconnect();
   std::printf("\n%s is a DSS version %s file\n", db->Name().c_str(), db->Version().c_str());
   db->PurgeMessageFile();
@@ -87,7 +94,12 @@ void Run(const std::filesystem::path& folder) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const bool keep = argc > 1 && std::string(argv[1]) == "--keep";
+  if (argc > 2 || (argc == 2 && !keep)) {
+    std::fprintf(stderr, "usage: varnock-demo [--keep]\n");
+    return 2;
+  }
   const auto folder = std::filesystem::temp_directory_path() / "varnock-demo";
   try {
     std::filesystem::remove_all(folder);
@@ -97,6 +109,10 @@ int main() {
     std::fprintf(stderr, "varnock-demo: %s\n", error.what());
     return 1;
   }
-  std::filesystem::remove_all(folder);
+  if (keep) {
+    std::printf("kept %s\n", (folder / "demo.dss").string().c_str());
+  } else {
+    std::filesystem::remove_all(folder);
+  }
   return 0;
 }

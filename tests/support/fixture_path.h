@@ -16,9 +16,12 @@ inline std::string FixturePath(const std::string& name) {
   return (std::filesystem::path(VARNOCK_FIXTURES_DIR) / name).string();
 }
 
+// CI systems set CI to "true" or "1"; an empty value, "false" or "0" means a developer machine.
 inline bool RunningInCi() {
   const char* ci = std::getenv("CI");
-  return ci != nullptr && *ci != '\0';
+  if (ci == nullptr) return false;
+  const std::string value(ci);
+  return !value.empty() && value != "0" && value != "false" && value != "FALSE" && value != "False";
 }
 
 }  // namespace varnock::testing

@@ -45,8 +45,7 @@ std::string Content(dss7::DssFile& file, const std::string& path) {
 class PairedDamaged : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::string source = varnock::testing::FixturePath("fixture7.dss");
-    if (!std::filesystem::exists(source)) GTEST_SKIP() << "reference file not present";
+    VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
     base_ = dss7::testing::LoadStorage(source);
   }
   Storage base_;

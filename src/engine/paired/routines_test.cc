@@ -80,8 +80,7 @@ struct Store {
 class PairedRoutines : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::string source = varnock::testing::FixturePath("fixture7.dss");
-    if (!std::filesystem::exists(source)) GTEST_SKIP() << "reference file not present";
+    VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
     copy_ = folder_.CopyIn(source, "fixture7.dss");
   }
   void TearDown() override { ResetOptions(); }
