@@ -67,8 +67,9 @@ TEST(RecordsetCsvTest, FaultsNameTheirLine) {
       {"Stamp,Flow\n1/1/2020,1\n\n1/2/2020,2\nnot a date,3\n", "line 5"},
       {"Stamp,Flow\n1/1/2020,1\n1/2/2020,x2\n", "line 3"}};
   for (const auto& [text, line] : bad_cells) {
+    const std::string& csv = text;  // clang before 16 cannot capture a structured binding
     const AutomationError error =
-        CaughtError([&] { Recordset::FromCsvFile(Written(folder, "b.csv", text), dated); });
+        CaughtError([&] { Recordset::FromCsvFile(Written(folder, "b.csv", csv), dated); });
     EXPECT_EQ(error.Number(), hostTypeMismatch);
     EXPECT_NE(error.Description().find(line), std::string::npos) << error.Description();
   }
@@ -77,10 +78,12 @@ TEST(RecordsetCsvTest, FaultsNameTheirLine) {
       {"A\n\"open\n", adErrInvalidArgument},    // quote never closed
       {"A,a\n1,2\n", adErrInvalidArgument},     // repeated name
       {"", adErrProviderFailed}};               // no header
-  for (const auto& [text, number] : bad_files)
-    EXPECT_EQ(CaughtError([&] { Recordset::FromCsvFile(Written(folder, "f.csv", text)); }).Number(),
+  for (const auto& [text, number] : bad_files) {
+    const std::string& csv = text;
+    EXPECT_EQ(CaughtError([&] { Recordset::FromCsvFile(Written(folder, "f.csv", csv)); }).Number(),
               number)
-        << text;
+        << csv;
+  }
   EXPECT_EQ(CaughtError([&] { Recordset::FromCsvFile(folder.File("absent.csv")); }).Number(),
             adErrProviderFailed);
   CsvOptions unknown;
