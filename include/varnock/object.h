@@ -4,6 +4,11 @@
 
 #include <memory>
 
+// Every public header includes this one: say plainly what a consumer's compiler needs.
+#if __cplusplus < 202002L
+#error "Varnock's headers need C++20: compile with -std=c++20 (CMake: cxx_std_20)"
+#endif
+
 #define VARNOCK_API __attribute__((visibility("default")))
 
 namespace varnock {
