@@ -98,6 +98,10 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
 
  private:
   std::string CatalogFileName(const std::string& dest_filename) const;
+  // Has HECLIB write the catalog into that file; false when the file cannot be opened.
+  bool WriteCatalogFile(const std::string& catalog);
+  // Reads the catalog (made first when asked or missing; in the temporary folder when it
+  // cannot be written where it belongs) and hands each record line's pieces to on_line.
   void ReadCatalog(bool make_new, const std::string& dest_filename,
                    const std::function<void(const std::vector<std::string>& pieces)>& on_line);
 

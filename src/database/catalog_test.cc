@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 
 #include "tests/support/caught_error.h"
 #include "tests/support/dump_records.h"
@@ -144,6 +145,96 @@ TEST(CatalogTest, EverySampleRecordReadsUnderItsCatalogName) {
 
 TEST(CatalogTest, EveryObservedRecordReadsUnderItsCatalogName) {
   ExpectCatalogNamesReadAsTheirDump("MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz");
+}
+
+// Points TMPDIR, the temporary folder, elsewhere for one test.
+class TemporaryFolderAt {
+ public:
+  explicit TemporaryFolderAt(const std::string& folder) {
+    if (const char* old = std::getenv("TMPDIR")) saved_ = old;
+    ::setenv("TMPDIR", folder.c_str(), 1);
+  }
+  ~TemporaryFolderAt() {
+    if (saved_) {
+      ::setenv("TMPDIR", saved_->c_str(), 1);
+    } else {
+      ::unsetenv("TMPDIR");
+    }
+  }
+  TemporaryFolderAt(const TemporaryFolderAt&) = delete;
+  TemporaryFolderAt& operator=(const TemporaryFolderAt&) = delete;
+
+ private:
+  std::optional<std::string> saved_;
+};
+
+std::shared_ptr<DSSDatabase> DatabaseWithTwoRecords(const std::string& name) {
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name(name);
+  db->Connect(true);
+  for (const char* path : {"/A/B/FLOW/01JAN2020/15MIN/F/", "/A/B/STAGE/01JAN2020/1HOUR/F/"}) {
+    auto ts = std::make_shared<RegularTimeSeries>();
+    ts->Pathname()->Name(path);
+    ts->Starting(Date::FromText("2020-01-01T01:00:00"));
+    ts->ValueCount(3);
+    ts->Store(db);
+  }
+  return db;
+}
+
+TEST(CatalogTest, CatalogThatCannotBeWrittenBesideTheFileGoesToTheTemporaryFolder) {
+  TempFolder folder;
+  // The catalog of ".../x.dss.d/f.dss" is ".../x.dsc.d/f.dsc"; with a file in the way its
+  // folder cannot be made, whoever runs the test.
+  std::filesystem::create_directory(folder.path() / "x.dss.d");
+  std::ofstream(folder.File("x.dsc.d")) << "not a folder\n";
+  const std::string catalog_beside = folder.File("x.dsc.d/f.dsc");
+  auto db = DatabaseWithTwoRecords(folder.File("x.dss.d/f.dss"));
+  TempFolder temporary;
+  TemporaryFolderAt redirect(temporary.path().string());
+
+  const auto collection = db->AsCollection(true);
+  ASSERT_EQ(collection.size(), 2u);
+  EXPECT_EQ(collection[0]->Epart(), "15MIN");
+  EXPECT_EQ(db->AsRecordset()->RecordCount(), 2);  // no catalog beside the file: made again
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));  // each temporary catalog is removed
+  EXPECT_TRUE(std::filesystem::is_regular_file(folder.File("x.dsc.d")));
+
+  // An explicit destination that cannot be written falls back alike.
+  EXPECT_EQ(db->AsCollection(true, folder.File("x.dsc.d/other.dsc")).size(), 2u);
+  EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+
+  // MakeNewCatalog has no listing to return, so there it is an error with a text.
+  const AutomationError refused = CaughtError([&] { db->MakeNewCatalog(); });
+  EXPECT_EQ(refused.Number(), kObjectErrorBase + dssCatalogIssue);
+  EXPECT_EQ(refused.Source(), "DSSDatabase");
+  EXPECT_EQ(refused.Description(), "Unable to write the catalog file " + catalog_beside);
+
+  // Nowhere to write at all: the error names the catalog file.
+  TemporaryFolderAt nowhere(folder.File("x.dsc.d"));
+  const AutomationError failed = CaughtError([&] { db->AsCollection(true); });
+  EXPECT_EQ(failed.Number(), kObjectErrorBase + dssCatalogIssue);
+  EXPECT_EQ(failed.Description().rfind("Unable to write the catalog file " + catalog_beside, 0), 0u)
+      << failed.Description();
+}
+
+TEST(CatalogTest, CatalogOfAFileInAReadOnlyFolder) {
+  if (::geteuid() == 0) {
+    GTEST_SKIP() << "running as root, where folder permissions do not stop writes; the "
+                    "fallback itself is covered by the test with a file in the catalog's way";
+  }
+  TempFolder folder;
+  std::filesystem::create_directory(folder.path() / "ro");
+  DatabaseWithTwoRecords(folder.File("ro/data.dss"))->Disconnect();
+  std::filesystem::permissions(folder.path() / "ro", std::filesystem::perms::owner_read |
+                                                         std::filesystem::perms::owner_exec);
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name(folder.File("ro/data.dss"));
+  db->Connect();
+  const auto collection = db->AsCollection();
+  std::filesystem::permissions(folder.path() / "ro", std::filesystem::perms::owner_all);
+  EXPECT_EQ(collection.size(), 2u);
+  EXPECT_FALSE(std::filesystem::exists(folder.File("ro/data.dsc")));
 }
 
 }  // namespace
