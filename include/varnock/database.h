@@ -93,8 +93,8 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
 
   // The file table of this connection, for the record gateways.
   FileTable& FileTableForGateways() { return ifltab_; }
-  // Raises 0x80042001 (source "DSSDatabase") when not connected.
-  void RequireConnection(const std::string& description = "") const;
+  // Raises 0x80042001 (source "DSSDatabase"), "No DSS file connected", when not connected.
+  void RequireConnection() const;
 
  private:
   std::string CatalogFileName(const std::string& dest_filename) const;

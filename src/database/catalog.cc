@@ -74,7 +74,7 @@ std::string DSSDatabase::CatalogFileName(const std::string& dest_filename) const
 }
 
 void DSSDatabase::MakeNewCatalog(const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   const std::string catalog = CatalogFileName(DestFilename);
   if (!WriteCatalogFile(catalog)) throw CatalogIssue("Unable to write the catalog file " + catalog);
 }
@@ -116,7 +116,7 @@ void DSSDatabase::ReadCatalog(
 
 std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
                                                     const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   const int32_t width = long_parts_ ? kLongPartWidth : kShortPartWidth;
   auto records = std::make_shared<Recordset>();
   records->AppendField("RecNum", adInteger);
@@ -147,7 +147,7 @@ std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
 
 std::vector<std::shared_ptr<Pathname>> DSSDatabase::AsCollection(bool MakeNewCat,
                                                                  const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   std::vector<std::shared_ptr<Pathname>> collection;
   ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
     // Parts as the catalog lists them, kept as they are.
