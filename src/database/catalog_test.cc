@@ -119,6 +119,7 @@ void ExpectCatalogNamesReadAsTheirDump(const std::string& file, const std::strin
     // The recordset lists the same parts.
     EXPECT_EQ(recordset->Fields("E")->Value().ToString(), path->Epart());
     recordset->MoveNext();
+    EXPECT_TRUE(db->RecordExistsGateway(*path));
     if (const auto found = series.find(name); found != series.end()) {
       if (found->second.rectype < 110) {
         ExpectRegularMatches(name, found->second, db);
