@@ -93,11 +93,15 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
 
   // The file table of this connection, for the record gateways.
   FileTable& FileTableForGateways() { return ifltab_; }
-  // Raises 0x80042001 (source "DSSDatabase") when not connected.
-  void RequireConnection(const std::string& description = "") const;
+  // Raises 0x80042001 (source "DSSDatabase"), "No DSS file connected", when not connected.
+  void RequireConnection() const;
 
  private:
   std::string CatalogFileName(const std::string& dest_filename) const;
+  // Has HECLIB write the catalog into that file; false when the file cannot be opened.
+  bool WriteCatalogFile(const std::string& catalog);
+  // Reads the catalog (made first when asked or missing; in the temporary folder when it
+  // cannot be written where it belongs) and hands each record line's pieces to on_line.
   void ReadCatalog(bool make_new, const std::string& dest_filename,
                    const std::function<void(const std::vector<std::string>& pieces)>& on_line);
 

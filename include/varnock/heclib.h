@@ -39,6 +39,10 @@ VARNOCK_API std::string TrimTrailingBlanks(std::string_view text);
 // "Problem loading the HEC library DLL." when neither works. Every wrapper calls it first.
 VARNOCK_API void StartUp();
 
+// The temporary folder, with a trailing separator: TMPDIR when set, else /tmp (the host's
+// temp-path call).
+VARNOCK_API std::string TemporaryFolder();
+
 // The message file to which HECLIB writes its diagnostics; empty until it is first opened.
 VARNOCK_API std::string MessageFileName();
 // Opens the message file if none is open: the first of twenty numbered names in the temporary

@@ -59,8 +59,14 @@ class RegularTimeSeries;
 // A listing of every record of a connected database.
 class VARNOCK_API IDSSCatalog : public virtual Object {
  public:
-  // Has HECLIB write a new catalog file (by default beside the database, ".dsc" for ".dss").
+  // Has HECLIB write a new catalog file (by default beside the database, ".dsc" for ".dss");
+  // raises 0x80042006 (dssCatalogIssue) when that file cannot be written.
   virtual void MakeNewCatalog(const std::string& DestFilename = "") = 0;
+  // The catalog lists pathnames as HECLIB 6 shows them: upper-cased, with each time-series
+  // E part that the interval vocabulary names under that name ("15MIN", not "15Minute"), so
+  // every listed name can be given to a series as it stands. When the catalog file cannot be
+  // written where it belongs (a read-only folder), it is made in the temporary folder and
+  // removed once read.
   // One row per record: RecNum, Tag, A, B, C, D, E, F.
   virtual std::shared_ptr<Recordset> AsRecordset(bool MakeNewCat = false,
                                                  const std::string& DestFilename = "") = 0;

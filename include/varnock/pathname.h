@@ -8,25 +8,11 @@
 #include <optional>
 #include <string>
 
+#include "varnock/interval_vocabulary.h"
 #include "varnock/object.h"
 
 namespace varnock {
 
-// The interval table: E part names and their minutes, in the order names are tried. Month and
-// year entries are nominal minute counts; negative codes name irregular block sizes.
-struct IntervalEntry {
-  const char* name;
-  int32_t minutes;
-};
-inline constexpr IntervalEntry kIntervals[] = {
-    {"1YEAR", 525600}, {"1MON", 43200}, {"SEMI-MONTH", 21600}, {"TRI-MONTH", 14400},
-    {"1WEEK", 10080},  {"1DAY", 1440},  {"12HOUR", 720},       {"8HOUR", 480},
-    {"6HOUR", 360},    {"4HOUR", 240},  {"3HOUR", 180},        {"2HOUR", 120},
-    {"1HOUR", 60},     {"30MIN", 30},   {"20MIN", 20},         {"15MIN", 15},
-    {"10MIN", 10},     {"5MIN", 5},     {"4MIN", 4},           {"3MIN", 3},
-    {"2MIN", 2},       {"1MIN", 1},     {"IR-DECADE", -5},     {"IR-YEAR", -4},
-    {"IR-MONTH", -3},  {"IR-DAY", -2},
-};
 // Minutes of an E part name (exact match), or 0 when the table has no such name.
 VARNOCK_API int32_t IntervalMinutes(const std::string& name);
 // The E part name of a minute count, or nothing when the table has no such count.

@@ -75,6 +75,16 @@ class VARNOCK_API RegularTimeSeries : public IHTSLStream,
   std::string RecordDataType(const std::shared_ptr<DSSDatabase>& pDB) override;
 
   // IRTSTransform
+  // Coarsens the series in place, period ending: new value i combines the old values after
+  // the end of new period i - 1 up to the end of period i. Value(0) marks the start and
+  // enters no period (the new Value(0) is -902).
+  // A series that does not fit the target is left as it is WITHOUT an error: ValueCount - 1
+  // must be a whole number of target steps, and for weekly, monthly and yearly targets the
+  // day of Value(0) must begin a period (a Sunday, the 1st, 1 January) and the day before
+  // the last value's must end one. So a year of hourly values laid out naturally, 8,760
+  // from 1 January 01:00, is not changed at all. Lay it out from 1 January 00:00 with 8,761
+  // values (Value(0) at 00:00, not aggregated): ChangeInterval(1440) then gives -902 and 365
+  // daily values, ChangeInterval(43200) -902 and 12 monthly values.
   // Errors: 131 for an interval pair it does not know, 1002 for a TsType other than INST-VAL
   // and PER-CUM, 1005 for an Aggregation outside 0..2, the host's overflow and subscript
   // errors; the series is left as it was on every error.

@@ -1,10 +1,15 @@
 // DSSDatabase as IDSSCatalog: HECLIB writes the catalog text file, and the listing is read
 // back from it.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "database/errors.h"
 #include "varnock/database.h"
+#include "varnock/heclib.h"
 
 namespace varnock {
 
@@ -28,6 +33,33 @@ std::vector<std::string> SplitAtSlashes(const std::string& line) {
   }
 }
 
+AutomationError CatalogIssue(const std::string& description) {
+  return database::Error(dssCatalogIssue, description);
+}
+
+// A uniquely named file in the temporary folder, removed when this goes out of scope.
+class TemporaryCatalog {
+ public:
+  TemporaryCatalog() = default;
+  TemporaryCatalog(const TemporaryCatalog&) = delete;
+  TemporaryCatalog& operator=(const TemporaryCatalog&) = delete;
+  ~TemporaryCatalog() {
+    if (!name_.empty()) std::remove(name_.c_str());
+  }
+  bool Create() {
+    std::string pattern = TemporaryFolder() + "varnock_catalog_XXXXXX";
+    const int fd = ::mkstemp(pattern.data());
+    if (fd < 0) return false;
+    ::close(fd);
+    name_ = pattern;
+    return true;
+  }
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string name_;
+};
+
 }  // namespace
 
 std::string DSSDatabase::CatalogFileName(const std::string& dest_filename) const {
@@ -42,21 +74,35 @@ std::string DSSDatabase::CatalogFileName(const std::string& dest_filename) const
 }
 
 void DSSDatabase::MakeNewCatalog(const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   const std::string catalog = CatalogFileName(DestFilename);
-  if (hecFortranOpen(catalog, kCatalogUnit) != 0) return;  // no file: the reader reports it
+  if (!WriteCatalogFile(catalog)) throw CatalogIssue("Unable to write the catalog file " + catalog);
+}
+
+bool DSSDatabase::WriteCatalogFile(const std::string& catalog) {
+  if (hecFortranOpen(catalog, kCatalogUnit) != 0) return false;
   hecZcat(ifltab_, kCatalogUnit, true);
   hecFortranClose(kCatalogUnit);
+  return true;
 }
 
 void DSSDatabase::ReadCatalog(
     bool make_new, const std::string& dest_filename,
     const std::function<void(const std::vector<std::string>& pieces)>& on_line) {
-  const std::string catalog = CatalogFileName(dest_filename);
+  std::string catalog = CatalogFileName(dest_filename);
   std::error_code ignored;
-  if (make_new || !std::filesystem::exists(catalog, ignored)) MakeNewCatalog(dest_filename);
+  TemporaryCatalog temporary;
+  if ((make_new || !std::filesystem::exists(catalog, ignored)) && !WriteCatalogFile(catalog)) {
+    // A folder we cannot write (read-only, or missing): the listing goes to the temporary
+    // folder instead, as HECLIB's catalog may, and is removed once read.
+    if (!temporary.Create() || !WriteCatalogFile(temporary.name())) {
+      throw CatalogIssue("Unable to write the catalog file " + catalog +
+                         " or one in the temporary folder " + TemporaryFolder());
+    }
+    catalog = temporary.name();
+  }
   std::ifstream text(catalog);
-  if (!text) throw database::Error(dssCatalogIssue);
+  if (!text) throw CatalogIssue("Unable to read the catalog file " + catalog);
   std::string line;
   for (int skipped = 0; skipped < kCatalogHeaderLines && std::getline(text, line); ++skipped) {
   }
@@ -70,7 +116,7 @@ void DSSDatabase::ReadCatalog(
 
 std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
                                                     const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   const int32_t width = long_parts_ ? kLongPartWidth : kShortPartWidth;
   auto records = std::make_shared<Recordset>();
   records->AppendField("RecNum", adInteger);
@@ -101,10 +147,10 @@ std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
 
 std::vector<std::shared_ptr<Pathname>> DSSDatabase::AsCollection(bool MakeNewCat,
                                                                  const std::string& DestFilename) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   std::vector<std::shared_ptr<Pathname>> collection;
   ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
-    // Parts keep the case the file stores ("01Jan2020", "1Hour"); lookups ignore case.
+    // Parts as the catalog lists them, kept as they are.
     auto path = std::make_shared<Pathname>();
     const std::string parts[6] = {pieces[1], pieces[2], pieces[3], pieces[4], pieces[5], pieces[6]};
     path->SetStoredParts(parts);

@@ -127,7 +127,7 @@ TEST(DSSDatabaseTest, CatalogsOfReferenceFilesHoldTheirDumpsPathnames) {
     db->Connect();
     std::set<std::string> expected;
     for (const auto& [path, type] : testing::DumpRecordTypes(dump_path))
-      expected.insert(path);
+      expected.insert(testing::Heclib6Name(path, type));
     const auto collection = db->AsCollection(true);
     EXPECT_EQ(collection.size(), expected.size()) << file;
     EXPECT_EQ(Names(collection), expected) << file;

@@ -12,6 +12,23 @@ namespace {
 constexpr size_t kLongestHeclibName = 64;
 constexpr int32_t kOpenedWord = 6;
 
+std::string AlreadyOpenText(const std::string& name) {
+  return "The HEC-DSS file " + name + " is already open.";
+}
+
+std::string VersionFailureText(int32_t status, const std::string& name) {
+  switch (status) {
+    case -1:
+      return "The DSS file does not exist: " + name;
+    case -2:
+      return "Unable to access the DSS file: " + name;
+    case -3:
+      return "Not a DSS file: " + name;
+    default:
+      return "Unusual error. ISTAT is " + std::to_string(status);
+  }
+}
+
 std::string ConnectFailureText(int32_t status, const std::string& name) {
   switch (status) {
     case -1:
@@ -44,7 +61,7 @@ DSSDatabase::~DSSDatabase() {
 }
 
 void DSSDatabase::Name(const std::string& value) {
-  if (IsConnected()) throw database::Error(dssIsOpen);
+  if (IsConnected()) throw database::Error(dssIsOpen, AlreadyOpenText(name_));
   name_ = value;
 }
 
@@ -55,7 +72,7 @@ std::string DSSDatabase::Version() {
   int32_t version = 0;
   std::string text = hecZfver(name_, version);
   istat_ = version;
-  if (istat_ < 0) throw database::Error(dssHeclibError);
+  if (istat_ < 0) throw database::Error(dssHeclibError, VersionFailureText(istat_, name_));
   return text;
 }
 
@@ -66,7 +83,7 @@ void DSSDatabase::PurgeMessageFile() {
 void DSSDatabase::Connect(bool CreateNew) {
   if (IsConnected()) {
     throw AutomationError(kObjectErrorBase + dssIsOpen, std::string(kProductName) + ".DSSDatabase",
-                          "The HEC-DSS file " + name_ + " is already open.");
+                          AlreadyOpenText(name_));
   }
   std::error_code ignored;
   const std::filesystem::path absolute = std::filesystem::absolute(name_, ignored);
@@ -115,10 +132,10 @@ std::shared_ptr<Dictionary> DSSDatabase::DictInQuire() const {
   return dictionary;
 }
 
-void DSSDatabase::RequireConnection(const std::string& description) const {
+void DSSDatabase::RequireConnection() const {
   if (!IsConnected()) {
-    throw AutomationError(kObjectErrorBase + dssNotOpen, "DSSDatabase", description, kHelpFile,
-                          database::kNotOpenHelpContext);
+    throw AutomationError(kObjectErrorBase + dssNotOpen, "DSSDatabase", "No DSS file connected",
+                          kHelpFile, database::kNotOpenHelpContext);
   }
 }
 

@@ -13,7 +13,7 @@ inline constexpr int32_t kHeclibErrorHelpContext = 518;
 inline constexpr int32_t kNotOpenHelpContext = 521;
 
 // A DSSDatabase error: the object-error base plus the code, without help context.
-inline AutomationError Error(DSSErrors code, const std::string& description = "") {
+inline AutomationError Error(DSSErrors code, const std::string& description) {
   return AutomationError(kObjectErrorBase + code, "DSSDatabase", description);
 }
 

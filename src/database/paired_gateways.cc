@@ -31,7 +31,7 @@ std::string PairedStatusText(int32_t status, int32_t buffer_size) {
 
 void DSSDatabase::WritePairedGateway(const varnock::Pathname& pathname, const PairedData& data,
                                      int32_t plan) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   PairedDataHeader header;
   header.nord = data.Nord();
   header.ncurve = data.Ncurve();
@@ -61,7 +61,7 @@ void DSSDatabase::WritePairedGateway(const varnock::Pathname& pathname, const Pa
 }
 
 void DSSDatabase::ReadPairedGateway(const varnock::Pathname& pathname, PairedData& data) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   PairedDataHeader header;
   std::vector<float> values;
   std::string labels;

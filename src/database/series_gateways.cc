@@ -84,7 +84,7 @@ void HecTimeOf(Date date, int32_t& julian, int32_t& minutes) {
 void DSSDatabase::ReadRegularGateway(varnock::Pathname& pathname, const std::string& date_text,
                                      const std::string& time_text, std::vector<float>& values,
                                      std::string& units, std::string& type, int32_t& offset) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   pathname.Dpart("");
   const std::string name = pathname.Name();
   if (values.empty()) values.resize(1);
@@ -102,7 +102,7 @@ void DSSDatabase::WriteRegularGateway(varnock::Pathname& pathname, const std::st
                                       const std::string& time_text,
                                       const std::vector<float>& values, int32_t plan,
                                       const std::string& units, const std::string& type) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   pathname.Dpart("");
   const std::string name = pathname.Name();
   const int32_t count = values.empty() ? 0 : static_cast<int32_t>(values.size()) - 1;
@@ -117,7 +117,7 @@ void DSSDatabase::ReadIrregularGateway(const varnock::Pathname& pathname, Date w
                                        Date window_end, std::vector<float>& values,
                                        std::vector<Date>& dates, std::string& units,
                                        std::string& type) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   std::vector<int32_t> times;
   int32_t count = 0;
   int32_t base_julian = 0;
@@ -155,7 +155,7 @@ void DSSDatabase::WriteIrregularGateway(const varnock::Pathname& pathname,
                                         const std::vector<float>& values,
                                         const std::vector<Date>& dates, int32_t merge,
                                         const std::string& units, const std::string& type) {
-  RequireConnection("No DSS file connected");
+  RequireConnection();
   const size_t count = dates.empty() ? 0 : dates.size() - 1;
   std::vector<int32_t> times(count + 1, 0);
   std::unordered_map<int64_t, int32_t> julian_of_day;

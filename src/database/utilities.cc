@@ -16,6 +16,18 @@ const Pathname& Required(const std::shared_ptr<Pathname>& path) {
   return *path;
 }
 
+std::string UndeleteFailureText(int32_t status, const std::string& name) {
+  switch (status) {
+    case 1:
+      return "No deleted record found:" + name;
+    case 2:
+      return "Record already exists:" + name;
+    default:
+      return "Unable to undelete " + TrimTrailingBlanks(name) + ". ISTAT is " +
+             std::to_string(status);
+  }
+}
+
 }  // namespace
 
 void DSSDatabase::Rename(const std::shared_ptr<Pathname>& FromPathname,
@@ -39,7 +51,11 @@ void DSSDatabase::Copy(const std::shared_ptr<Pathname>& FromPathname,
     target = &DestDB->ifltab_;
   }
   istat_ = hecZcorec(ifltab_, *target, from, to);
-  if (istat_ != 0) throw database::Error(dssHeclibError);
+  if (istat_ == 1) throw database::Error(dssHeclibError, "Pathname not found:" + from);
+  if (istat_ != 0) {
+    throw database::Error(dssHeclibError, "Unable to copy " + TrimTrailingBlanks(from) +
+                                              ". ISTAT is " + std::to_string(istat_));
+  }
 }
 
 void DSSDatabase::Delete(const std::shared_ptr<Pathname>& Pathname) {
@@ -53,7 +69,7 @@ void DSSDatabase::Undelete(const std::shared_ptr<Pathname>& Pathname) {
   RequireConnection();
   const std::string name = Required(Pathname).Name();
   istat_ = hecZundel(ifltab_, name, TrimmedLength(name));
-  if (istat_ != 0) throw database::Error(dssHeclibError);
+  if (istat_ != 0) throw database::Error(dssHeclibError, UndeleteFailureText(istat_, name));
 }
 
 bool DSSDatabase::RecordExistsGateway(const Pathname& pathname) {

@@ -104,6 +104,20 @@ CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size
   return key;
 }
 
+std::string Heclib6CatalogPath(std::string_view path, int32_t type) {
+  std::string shown(path);
+  for (char& c : shown)
+    c = AsciiUpper(c);
+  PathnameParts parts{};
+  if (type < 100 || type >= 200 || SplitPathname(shown, &parts) != 0) return shown;
+  const auto e_begin = static_cast<std::size_t>(parts.begin[4] - 1);
+  const auto e_length = static_cast<std::size_t>(parts.length[4]);
+  const std::string_view name =
+      VocabularyIntervalName(std::string_view(shown).substr(e_begin, e_length));
+  if (!name.empty()) shown.replace(e_begin, e_length, name);
+  return shown;
+}
+
 bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b) {
   for (int part : {0, 1, 2, 5}) {
     if (int c = ComparePadded(a.parts[part], b.parts[part]); c != 0) return c < 0;
@@ -178,13 +192,17 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
     return 0;
   }
 
+  std::vector<std::string> shown;
+  shown.reserve(entries.size());
+  for (const dss7::CatalogEntry& entry : entries)
+    shown.push_back(Heclib6CatalogPath(entry.path, entry.type));
   std::vector<std::size_t> order(entries.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   if (request.sorted) {
     std::vector<CatalogSortKey> keys;
     keys.reserve(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i)
-      keys.push_back(MakeCatalogSortKey(entries[i].path, entries[i].type, i));
+      keys.push_back(MakeCatalogSortKey(shown[i], entries[i].type, i));
     std::sort(order.begin(), order.end(),
               [&](std::size_t a, std::size_t b) { return CatalogOrderLess(keys[a], keys[b]); });
   }
@@ -211,7 +229,7 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
   for (std::size_t i : order) {
     // Records carry no tag in DSS-7: the default tag numbers them in file order.
     const std::string tag = "T" + std::to_string(i + 1);
-    if (WriteUnitLine(request.unit, CatalogRecordLine(written + 1, tag, entries[i].path)) != 0) {
+    if (WriteUnitLine(request.unit, CatalogRecordLine(written + 1, tag, shown[i])) != 0) {
       Message(1, " *****DSS*** ZCAT:  Cannot write to the catalog file");
       break;
     }

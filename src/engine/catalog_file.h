@@ -33,6 +33,13 @@ struct CatalogSortKey {
 CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position);
 bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b);
 
+// A pathname as HECLIB 6's catalog lists it: upper-cased, and for a time series (types
+// 100..199) an E part that the interval vocabulary names in that name ("15Minute" becomes
+// "15MIN", "1Month" "1MON", "IR-Month" "IR-MONTH"), so that every listed name can be handed
+// back to the routines by a caller that knows only the vocabulary. Other E parts ("30Second",
+// "~1Day") keep their stored spelling, upper-cased.
+std::string Heclib6CatalogPath(std::string_view path, int32_t type);
+
 // What the header shows.
 struct CatalogHeader {
   std::string_view file_name;  // as inquiry NAME gives it
@@ -55,7 +62,8 @@ struct CatalogRequest {
   bool sorted = false;         // LDOSRT
 };
 
-// ZCAT. Returns NORECS, the record lines written. Unlike HECLIB, a file without records still
+// ZCAT. Returns NORECS, the record lines written. Records are listed and sorted under their
+// Heclib6CatalogPath, the names HECLIB 6 would show. Unlike HECLIB, a file without records still
 // gets the header (count 0), so no old catalog is left behind on the unit. Only the
 // abbreviated form is written, and instructions (CINSTR) are not taken: the caller's
 // abbreviation flag and instruction text do not reach here. Nothing is written for a table

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "engine/fixed_text.h"
+#include "varnock/interval_vocabulary.h"
 
 namespace varnock::engine {
 namespace {
@@ -65,6 +66,20 @@ int32_t IrregularBlockRank(std::string_view e) {
     if (SameLetters(e, kBlocks[i])) return static_cast<int32_t>(i) + 1;
   }
   return 0;
+}
+
+std::string_view VocabularyIntervalName(std::string_view e) {
+  int32_t minutes = 0;
+  if (const int32_t rank = IrregularBlockRank(e); rank > 0) {
+    minutes = -(rank + 1);  // IR-DAY is -2 .. IR-DECADE -5
+  } else if (const int64_t seconds = RegularIntervalSeconds(e); seconds % kMinute == 0) {
+    minutes = static_cast<int32_t>(seconds / kMinute);
+  }
+  if (minutes == 0) return {};
+  for (const IntervalEntry& entry : kIntervals) {
+    if (entry.minutes == minutes) return entry.name;
+  }
+  return {};
 }
 
 }  // namespace varnock::engine

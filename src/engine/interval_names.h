@@ -16,6 +16,11 @@ int64_t RegularIntervalSeconds(std::string_view e);
 // 5 IR-CENTURY; 0 when e names none.
 int32_t IrregularBlockRank(std::string_view e);
 
+// The interval vocabulary's name for the interval an E part names in either spelling
+// ("15Minute" and "15min" give "15MIN", "IR-Month" gives "IR-MONTH"); empty when the
+// vocabulary has no name for it ("30Second", "12Minute", "IR-Century", "~1Day").
+std::string_view VocabularyIntervalName(std::string_view e);
+
 }  // namespace varnock::engine
 
 #endif  // VARNOCK_ENGINE_INTERVAL_NAMES_H_

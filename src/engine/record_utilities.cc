@@ -13,6 +13,7 @@
 #include "engine/open_files.h"
 #include "engine/options.h"
 #include "engine/pathname_rules.h"
+#include "engine/series/time_axis.h"
 
 namespace varnock::engine {
 namespace {
@@ -46,6 +47,31 @@ int32_t ValueWords(const dss7::InfoBlock& info) {
   for (int area : {dss7::kValues1, dss7::kValues2, dss7::kValues3})
     words += std::clamp<int64_t>(info.area_length[area], 0, std::numeric_limits<int32_t>::max());
   return static_cast<int32_t>(std::min<int64_t>(words, std::numeric_limits<int32_t>::max()));
+}
+
+// The name with a time-series E part of the interval vocabulary in the spelling the engine
+// writes ("15MIN" becomes "15Minute"); empty when the E part names no such interval.
+std::string WrittenSpelling(std::string_view name) {
+  PathnameParts parts{};
+  if (SplitPathname(name, &parts) != 0) return {};
+  const std::string_view e = Part(name, parts, 4);
+  const series::Interval* interval =
+      VocabularyIntervalName(e).empty() ? nullptr : series::FindInterval(e);
+  if (interval == nullptr) return {};
+  std::string written(name);
+  written.replace(static_cast<std::size_t>(parts.begin[4] - 1), e.size(), interval->name);
+  return written;
+}
+
+// Runs op on the name as given and, when the file has no record under it, on its written
+// spelling: the HECLIB 6 catalog lists time-series E parts in the vocabulary's spelling
+// ("15MIN", "1MON"), and each listed name must find its record ("15Minute", "1Month").
+template <typename Op>
+Status OnRecordNamed(std::string_view name, Op op) {
+  const Status s = op(name);
+  if (s != Status::kNotFound) return s;
+  const std::string written = WrittenSpelling(name);
+  return written.empty() || dss7::SamePath(written, name) ? s : op(std::string_view(written));
 }
 
 int32_t UndeleteAll(int32_t* ifltab, DssFile& file) {
@@ -97,7 +123,8 @@ RecordTypeAnswer CheckRecordType(int32_t* ifltab, std::string_view path) {
   const std::string_view name = TrimTrailingBlanks(path);
   Refresh(ifltab, *file);
   dss7::InfoBlock info;
-  const Status s = file->Lookup(name, &info);
+  const Status s =
+      OnRecordNamed(name, [&](std::string_view named) { return file->Lookup(named, &info); });
   if (s == Status::kOk) {
     answer.found = true;
     answer.type = info.type;
@@ -118,7 +145,8 @@ bool RenameRecord(int32_t* ifltab, std::string_view path, int32_t npath, std::st
   const std::string_view new_name = Prefix(new_path, nnpath);
   if (old_given == new_name || new_name.empty()) return false;
   const std::string_view old_name = TrimTrailingBlanks(old_given);
-  const Status s = file->Rename(old_name, new_name);
+  const Status s = OnRecordNamed(
+      old_name, [&](std::string_view named) { return file->Rename(named, new_name); });
   if (s == Status::kOk) {
     Message(3, " -----DSS---ZRENAM:  " + std::string(old_name) + " renamed to " +
                    std::string(new_name));
@@ -137,7 +165,7 @@ bool DeleteRecord(int32_t* ifltab, std::string_view path) {
   DssFile* file = FileOfTable(ifltab, nullptr);
   if (file == nullptr) return false;
   const std::string_view name = TrimTrailingBlanks(path);
-  const Status s = file->Delete(name);
+  const Status s = OnRecordNamed(name, [&](std::string_view named) { return file->Delete(named); });
   if (s == Status::kOk) {
     Message(3, " -----DSS---ZDELET:  Record deleted: " + std::string(name));
     if (file->header()[dss7::hdr::kRecordCount] == 0) {
@@ -158,7 +186,8 @@ int32_t UndeleteRecord(int32_t* ifltab, std::string_view path, int32_t npath) {
   if (file == nullptr) return status;
   const std::string_view name = Prefix(path, npath);
   if (name == "ALL") return UndeleteAll(ifltab, *file);
-  const Status s = file->Undelete(name);
+  const Status s =
+      OnRecordNamed(name, [&](std::string_view named) { return file->Undelete(named); });
   switch (s) {
     case Status::kOk:
       Message(3, " -----DSS---ZUNDEL:  Record restored: " + std::string(name));
@@ -186,12 +215,15 @@ int32_t CopyRecord(int32_t* from_table, int32_t* to_table, std::string_view path
   if (source == nullptr) return status;
   DssFile* target = FileOfTable(to_table, &status);
   if (target == nullptr) return status;
-  const std::string_view old_name = TrimTrailingBlanks(path);
   const std::string_view new_name = TrimTrailingBlanks(new_path);
 
   Refresh(from_table, *source);
+  std::string old_name;  // as the file spells it
   dss7::InfoBlock info;
-  Status s = source->Lookup(old_name, &info);
+  Status s = OnRecordNamed(TrimTrailingBlanks(path), [&](std::string_view named) {
+    old_name = named;
+    return source->Lookup(named, &info);
+  });
   if (s != Status::kOk) {
     NoteFileStatus(from_table, s);
     return FatalCode(s) != 0 ? FatalCode(s) : 1;

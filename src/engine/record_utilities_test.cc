@@ -209,6 +209,27 @@ TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {
   EXPECT_EQ(fixture.Ask("DELE"), "1");
 }
 
+TEST_F(RecordUtilitiesTest, NamesAsTheHeclib6CatalogListsThemFindTheirRecords) {
+  // The catalog lists "15Minute" and "1Month" as "15MIN" and "1MON"; each utility takes them.
+  const std::string quarter = "/A/B/FLOW/01Jan2020/15Minute/F/";
+  const std::string monthly = "/A/B/FLOW/01Jan2020/1Month/F/";
+  ASSERT_EQ(WriteRecord(table_, quarter, 100, 5), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, monthly, 100, 7), dss7::Status::kOk);
+  EXPECT_EQ(DataType(table_, "/A/B/FLOW/01JAN2020/15MIN/F/"), (TypeAnswer{1, 5, 100, "RTS"}));
+  EXPECT_EQ(Copy(table_, table_, "/A/B/FLOW/01JAN2020/1MON/F/", "/A/B/C///COPY/"), 0);
+  EXPECT_EQ(DataType(table_, "/A/B/C///COPY/").words, 7);
+  EXPECT_TRUE(Delete(table_, "/A/B/FLOW/01JAN2020/1MON/F/"));
+  EXPECT_EQ(DataType(table_, monthly).found, 0);
+  EXPECT_EQ(Undelete(table_, "/A/B/FLOW/01JAN2020/1MON/F/", 27), 0);
+  EXPECT_EQ(DataType(table_, monthly).found, 1);
+  const std::string listed = "/A/B/FLOW/01JAN2020/15MIN/F/";
+  EXPECT_TRUE(
+      Rename(table_, listed, static_cast<int32_t>(listed.size()), "/A/B/FLOW//15MIN/G/", 19));
+  EXPECT_EQ(DataType(table_, "/A/B/FLOW/01Jan2020/15Minute/G/").found, 1);
+  // A name whose E part is no interval is taken as it stands.
+  EXPECT_EQ(DataType(table_, "/A/B/FLOW/01JAN2020/15MINUTES/F/").found, 0);
+}
+
 TEST_F(RecordUtilitiesTest, DamagedFilesGiveStatusesNeverFaults) {
   VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
   const std::string hourly = "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/";

@@ -16,15 +16,14 @@ constexpr int kMessageFileAttempts = 20;
 
 std::string message_file_name;
 
-// The temporary folder with its trailing separator, as the host's temp-path call gives it.
+}  // namespace
+
 std::string TemporaryFolder() {
   const char* tmpdir = std::getenv("TMPDIR");
   std::string folder = (tmpdir != nullptr && *tmpdir != '\0') ? tmpdir : "/tmp";
   if (folder.back() != '/') folder += '/';
   return folder;
 }
-
-}  // namespace
 
 std::string MessageFileName() {
   return message_file_name;

@@ -5,20 +5,14 @@
 
 namespace varnock {
 
-namespace {
-AutomationError Refused() {
-  return AutomationError(kObjectErrorBase + series::kNotSetUp, "GriddedData", "");
-}
-}  // namespace
-
 GriddedData::GriddedData() : pathname_(std::make_shared<varnock::Pathname>()) {}
 
 void GriddedData::Store(const std::shared_ptr<DSSDatabase>&) {
-  throw Refused();
+  throw series::NotSupported("GriddedData", "Store");
 }
 
 void GriddedData::Retrieve(const std::shared_ptr<DSSDatabase>&) {
-  throw Refused();
+  throw series::NotSupported("GriddedData", "Retrieve");
 }
 
 bool GriddedData::RecordExists(const std::shared_ptr<DSSDatabase>& pDB) {

@@ -12,12 +12,15 @@ namespace {
 constexpr const char* kSource = "PairedData";
 constexpr float kNotSized = -902.0f;
 
-AutomationError ArgumentError() {
-  return AutomationError(kObjectErrorBase + 5, kSource, "");
+AutomationError ArgumentError(const std::string& description) {
+  return AutomationError(kObjectErrorBase + 5, kSource, description);
 }
 
 size_t AxisIndex(PDAxes axis) {
-  if (axis != axFirstAxis && axis != axSecondAxis) throw ArgumentError();
+  if (axis != axFirstAxis && axis != axSecondAxis) {
+    throw ArgumentError("Axis " + std::to_string(axis) +
+                        " is neither axFirstAxis (1) nor axSecondAxis (2)");
+  }
   return axis == axFirstAxis ? 0 : 1;
 }
 
@@ -72,7 +75,10 @@ size_t PairedData::ValueIndex(int64_t index) const {
 float PairedData::XValue(int32_t OrdNo) const {
   if (nord_ == 0 || ncurve_ == 0) return kNotSized;
   // Deliberately greater-than: OrdNo == Nord reads the first ordinate of curve 1.
-  if (OrdNo > nord_) throw ArgumentError();
+  if (OrdNo > nord_) {
+    throw ArgumentError("Ordinate " + std::to_string(OrdNo) + " is beyond Nord (" +
+                        std::to_string(nord_) + ")");
+  }
   return values_[ValueIndex(OrdNo)];
 }
 
@@ -112,13 +118,15 @@ void PairedData::Retrieve(const std::shared_ptr<DSSDatabase>& pDB) {
 }
 
 void PairedData::Plan(DSSPlans value) {
-  if (value != plnAlwaysWrite && value != plnDontReplaceExisting && value != plnWriteOnlyIfExisting)
-    throw ArgumentError();
+  if (value != plnAlwaysWrite && value != plnDontReplaceExisting &&
+      value != plnWriteOnlyIfExisting) {
+    throw ArgumentError("Plan " + std::to_string(value) + " is not allowed for paired data");
+  }
   plan_ = value;
 }
 
 void PairedData::MissingIsError(bool) {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, "");
+  throw series::NotSupported(kSource, "MissingIsError");
 }
 
 bool PairedData::RecordExists(const std::shared_ptr<DSSDatabase>& pDB) {

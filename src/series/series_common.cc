@@ -4,6 +4,7 @@
 
 #include "varnock/error.h"
 #include "varnock/heclib.h"
+#include "varnock/pathname.h"
 
 namespace varnock::series {
 
@@ -45,6 +46,17 @@ InterfaceName InterfaceOfName(const std::string& name) {
 DSSDatabase& RequireDatabase(const std::shared_ptr<DSSDatabase>& database) {
   if (!database) RaiseHostError(hostObjectNotSet);
   return *database;
+}
+
+AutomationError NotSupported(const std::string& source, const std::string& member,
+                             const std::string& hint) {
+  std::string text = member + " is not supported by " + (source.empty() ? "this object" : source);
+  if (!hint.empty()) text += "; " + hint;
+  return AutomationError(kObjectErrorBase + kNotSetUp, source, text);
+}
+
+std::string NoDataText(const Pathname& pathname) {
+  return "No data found for " + TrimTrailingBlanks(pathname.Name());
 }
 
 }  // namespace varnock::series

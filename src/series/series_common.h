@@ -8,10 +8,12 @@
 #include <string>
 
 #include "varnock/date.h"
+#include "varnock/error.h"
 
 namespace varnock {
 class DSSDatabase;
-}
+class Pathname;
+}  // namespace varnock
 
 namespace varnock::series {
 
@@ -43,6 +45,14 @@ InterfaceName InterfaceOfName(const std::string& name);
 
 // The database a record operation was given; raises the host's error 91 for none.
 DSSDatabase& RequireDatabase(const std::shared_ptr<DSSDatabase>& database);
+
+// 0x80044001 for a member that this class refuses: "<member> is not supported by <source>",
+// and the hint after a semicolon when there is one.
+AutomationError NotSupported(const std::string& source, const std::string& member,
+                             const std::string& hint = "");
+
+// The text of a retrieval that found no data while MissingIsError is set.
+std::string NoDataText(const Pathname& pathname);
 
 }  // namespace varnock::series
 

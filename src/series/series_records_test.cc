@@ -3,11 +3,6 @@
 
 #include "tests/support/caught_error.h"
 
-#include <cfloat>
-#include <cmath>
-
-#include "tests/support/dump_records.h"
-#include "tests/support/fixture_path.h"
 #include "tests/support/temp_folder.h"
 #include "varnock/database.h"
 #include "varnock/error.h"
@@ -27,13 +22,6 @@ std::shared_ptr<DSSDatabase> NewDatabase(const TempFolder& folder, const std::st
   db->Name(folder.File(name));
   db->Connect(true);
   return db;
-}
-
-// A value of a dump as the classic routines give it: the never-written marker reads as -901.
-float ClassicValue(const std::string& text) {
-  const double value = std::stod(text);
-  if (value <= -3.4e38) return -901.0f;
-  return static_cast<float>(value);
 }
 
 TEST(SeriesRecordsTest, RegularSeriesRoundTripAcrossBlocks) {
@@ -146,69 +134,6 @@ TEST(SeriesRecordsTest, IrregularSeriesRoundTripAndBufferGrowth) {
   const AutomationError unsorted = CaughtError([&] { ts->Store(db); });
   EXPECT_EQ(unsorted.Description(), "Data overlap in time or are not sorted correctly");
   EXPECT_EQ(db->istat(), 30);
-}
-
-// Every regular and irregular record of a reference file reads back, through the classes, with
-// the times and values of its dump.
-void ExpectSeriesMatchDump(const std::string& file, const std::string& dump) {
-  VARNOCK_REQUIRE_FIXTURE(source, file);
-  VARNOCK_REQUIRE_FIXTURE(dump_path, dump);
-  TempFolder folder;
-  auto db = std::make_shared<DSSDatabase>();
-  db->Name(folder.CopyIn(source, file));
-  db->Connect();
-  const auto records = testing::DumpTimeSeries(dump_path);
-  ASSERT_FALSE(records.empty());
-  for (const auto& record : records) {
-    SCOPED_TRACE(record.path);
-    ASSERT_FALSE(record.times.empty());
-    const Date first = Date::FromText(record.times.front());
-    const Date last = Date::FromText(record.times.back());
-    if (record.rectype < 110) {
-      auto ts = std::make_shared<RegularTimeSeries>();
-      ts->Pathname()->Name(record.path);
-      ts->Starting(first);
-      ts->ValueCount(static_cast<int32_t>(record.values.size()));
-      ts->Retrieve(db);
-      ASSERT_EQ(ts->ValueCount(), static_cast<int32_t>(record.values.size()));
-      EXPECT_EQ(ts->TsUnits(), record.units);
-      EXPECT_EQ(ts->TsType(), record.type);
-      for (size_t i = 0; i < record.values.size(); ++i)
-        ASSERT_EQ(ts->Value(static_cast<int32_t>(i)), ClassicValue(record.values[i])) << i;
-      // DSS-7 spellings such as 15Minute or 1Month are outside the interval vocabulary.
-      if (ts->Interval() > 0 && ts->Interval() <= 10080) {
-        EXPECT_EQ(ts->DateTime(ts->ValueCount() - 1), last);
-      }
-    } else {
-      auto ts = std::make_shared<IrregTimeSeries>();
-      ts->Pathname()->Name(record.path);
-      ts->Pathname()->Dpart("");
-      ts->Starting(first);
-      ts->Ending(last);
-      ts->Retrieve(db);
-      ASSERT_EQ(ts->ValueCount(), static_cast<int32_t>(record.values.size()));
-      EXPECT_EQ(TrimTrailingBlanks(ts->TsUnits()), record.units);
-      for (size_t i = 0; i < record.values.size(); ++i) {
-        const int32_t index = static_cast<int32_t>(i);
-        ASSERT_EQ(ts->Value(index), ClassicValue(record.values[i])) << i;
-        ASSERT_NEAR(ts->DateTime(index).Serial(), Date::FromText(record.times[i]).Serial(),
-                    0.5 / 86400)
-            << i;
-      }
-    }
-  }
-}
-
-TEST(SeriesRecordsTest, ReferenceFixtureSeriesMatchTheirDump) {
-  ExpectSeriesMatchDump("fixture7.dss", "fixture7.dump.txt");
-}
-
-TEST(SeriesRecordsTest, ReferenceSampleSeriesMatchTheirDump) {
-  ExpectSeriesMatchDump("sample7.dss", "sample7.dss.dump.txt.gz");
-}
-
-TEST(SeriesRecordsTest, ReferenceObservedSeriesMatchTheirDump) {
-  ExpectSeriesMatchDump("MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz");
 }
 
 }  // namespace

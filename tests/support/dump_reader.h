@@ -2,6 +2,7 @@
 #ifndef VARNOCK_TESTS_SUPPORT_DUMP_READER_H_
 #define VARNOCK_TESTS_SUPPORT_DUMP_READER_H_
 
+#include <cctype>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -38,6 +39,28 @@ inline std::map<std::string, int> DumpRecordTypes(const std::string& dump_path) 
     }
   }
   return records;
+}
+
+// A DSS-7 dump's pathname as HECLIB 6's catalog shows it: upper-cased, and for a time series
+// (rectype 100..199) the reference files' DSS-7 interval spellings under the interval
+// vocabulary's names. Other E parts keep their spelling.
+inline std::string Heclib6Name(const std::string& path, int rectype) {
+  static const std::map<std::string, std::string> kVocabularyNames = {
+      {"15MINUTE", "15MIN"}, {"1MINUTE", "1MIN"}, {"1MONTH", "1MON"}};
+  std::string name = path;
+  for (char& c : name)
+    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  if (rectype < 100 || rectype > 199) return name;
+  size_t e_begin = 0;
+  for (int slash = 0; slash < 5 && e_begin != std::string::npos; ++slash)
+    e_begin = name.find('/', e_begin + (slash > 0 ? 1 : 0));
+  if (e_begin == std::string::npos) return name;
+  const size_t e_end = name.find('/', e_begin + 1);
+  if (e_end == std::string::npos) return name;
+  const auto found = kVocabularyNames.find(name.substr(e_begin + 1, e_end - e_begin - 1));
+  if (found != kVocabularyNames.end())
+    name.replace(e_begin + 1, e_end - e_begin - 1, found->second);
+  return name;
 }
 
 }  // namespace varnock::testing

@@ -10,10 +10,12 @@ namespace {
 
 constexpr const char* kSource = "IrregTimeSeries";
 
-AutomationError NotSetUp(const std::string& description = "", int32_t help_context = 0) {
-  return AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, description,
-                         help_context ? kHelpFile : "", help_context);
+AutomationError NotSetUp(const std::string& description, int32_t help_context) {
+  return AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, description, kHelpFile,
+                         help_context);
 }
+
+constexpr const char* kMergeHint = "MergeOption takes the place of a store plan";
 
 }  // namespace
 
@@ -121,15 +123,17 @@ void IrregTimeSeries::Retrieve(const std::shared_ptr<DSSDatabase>& pDB) {
   }
   DSSDatabase& db = series::RequireDatabase(pDB);
   db.ReadIrregularGateway(*pathname_, *starting_, *ending_, values_, dates_, units_, type_);
-  if (db.istat() == 5 && missing_is_error_) throw AutomationError(dssHeclibError, "", "");
+  // The bare number, without source, as this class has always raised it.
+  if (db.istat() == 5 && missing_is_error_)
+    throw AutomationError(dssHeclibError, "", series::NoDataText(*pathname_));
 }
 
 void IrregTimeSeries::Plan(DSSPlans) {
-  throw NotSetUp();
+  throw series::NotSupported(kSource, "Plan", kMergeHint);
 }
 
 DSSPlans IrregTimeSeries::Plan() {
-  throw NotSetUp();
+  throw series::NotSupported(kSource, "Plan", kMergeHint);
 }
 
 bool IrregTimeSeries::RecordExists(const std::shared_ptr<DSSDatabase>& pDB) {
@@ -141,11 +145,11 @@ std::string IrregTimeSeries::RecordDataType(const std::shared_ptr<DSSDatabase>& 
 }
 
 void IrregTimeSeries::FromDOM(const std::shared_ptr<Object>&) {
-  throw NotSetUp();
+  throw series::NotSupported(kSource, "FromDOM");
 }
 
 std::shared_ptr<Object> IrregTimeSeries::ToDOM() {
-  throw NotSetUp();
+  throw series::NotSupported(kSource, "ToDOM");
 }
 
 }  // namespace varnock

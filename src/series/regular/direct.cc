@@ -27,12 +27,12 @@ std::string FilterDate(const std::optional<Date>& date) {
 }  // namespace
 
 void ITimeSeriesDirect::FillArray(Variant&, bool) {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, "", "");
+  throw series::NotSupported("", "FillArray");
 }
 
 void ITimeSeriesDirect::FromRecordset(std::shared_ptr<Recordset>, std::shared_ptr<Field>,
                                       std::shared_ptr<Field>) {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, "", "");
+  throw series::NotSupported("", "FromRecordset");
 }
 
 void RegularTimeSeries::FillArray(Variant& pArr, bool IncludeDates) {

@@ -151,6 +151,31 @@ TEST(ChangeIntervalTest, SubDailyToCalendarGoesThroughDailyValues) {
   EXPECT_EQ(Values(*year), (V{-902, 365}));
 }
 
+TEST(ChangeIntervalTest, AYearOfHoursChangesFromMidnightWithTheStartValue) {
+  // The natural layout, 8,760 hourly values from 1 January 01:00, spans 8,759 hours: no
+  // whole days, so nothing changes.
+  for (int32_t target : {1440, 43200}) {
+    auto natural = Series(60, At(2021, 1, 1, 1), Ones(8760), "PER-CUM");
+    const auto before = State(*natural);
+    natural->ChangeInterval(target);
+    EXPECT_EQ(State(*natural), before) << target;
+  }
+  // The layout the class comment and the README give: from 00:00 with 8,761 values.
+  auto daily = Series(60, At(2021, 1, 1), Ones(8761), "PER-CUM");
+  daily->ChangeInterval(1440);
+  ASSERT_EQ(daily->ValueCount(), 366);
+  EXPECT_EQ(daily->Value(0), -902.0f);
+  EXPECT_EQ(daily->Value(1), 24.0f);
+  EXPECT_EQ(daily->Value(365), 24.0f);
+  EXPECT_EQ(daily->DateTime(1), At(2021, 1, 2));
+
+  auto monthly = Series(60, At(2021, 1, 1), Ones(8761), "PER-CUM");
+  monthly->ChangeInterval(43200);
+  EXPECT_EQ(Values(*monthly),
+            (V{-902, 744, 672, 744, 720, 744, 720, 744, 744, 720, 744, 720, 744}));
+  EXPECT_EQ(monthly->DateTime(1), At(2021, 2, 1));
+}
+
 TEST(ChangeIntervalTest, ErrorsChangeNothing) {
   const auto bad_aggregation = static_cast<AggregationTypes>(3);
   struct Case {

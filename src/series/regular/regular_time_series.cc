@@ -68,7 +68,9 @@ void RegularTimeSeries::RequireRegularInterval(int32_t interval) const {
 }
 
 void RegularTimeSeries::DateTime(int32_t, Date) {
-  throw AutomationError(kObjectErrorBase + 5, kSource, "");
+  throw AutomationError(kObjectErrorBase + 5, kSource,
+                        "The dates of a regular time series follow from Starting and the "
+                        "interval; DateTime cannot be set");
 }
 
 void RegularTimeSeries::TsUnits(const std::string& value) {
@@ -248,14 +250,17 @@ void RegularTimeSeries::Retrieve(const std::shared_ptr<DSSDatabase>& pDB) {
   DateToHecText(Variant(*starting_), date_text, time_text);
   pDB->ReadRegularGateway(*pathname_, date_text, time_text, values_, units_, type_, offset_);
   if (pDB->istat() == 5 && missing_is_error_)
-    throw AutomationError(kObjectErrorBase + dssHeclibError, kSource, "");
+    throw AutomationError(kObjectErrorBase + dssHeclibError, kSource,
+                          series::NoDataText(*pathname_));
   units_ = TrimBlanks(units_);
   type_ = TrimBlanks(type_);
 }
 
 void RegularTimeSeries::Plan(DSSPlans value) {
-  if (value == plnReserved3 || value == plnPreserveMissing)
-    throw AutomationError(kObjectErrorBase + 5, kSource, "");
+  if (value == plnReserved3 || value == plnPreserveMissing) {
+    throw AutomationError(kObjectErrorBase + 5, kSource,
+                          "Plan " + std::to_string(value) + " is not allowed for a regular series");
+  }
   plan_ = value;
 }
 
@@ -270,11 +275,11 @@ std::string RegularTimeSeries::RecordDataType(const std::shared_ptr<DSSDatabase>
 }
 
 void RegularTimeSeries::FromDOM(const std::shared_ptr<Object>&) {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, "");
+  throw series::NotSupported(kSource, "FromDOM");
 }
 
 std::shared_ptr<Object> RegularTimeSeries::ToDOM() {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, "");
+  throw series::NotSupported(kSource, "ToDOM");
 }
 
 }  // namespace varnock

@@ -57,15 +57,18 @@ void RegularTimeSeries::RunningMin() {
 
 void RegularTimeSeries::SetMaximumFrom(const std::shared_ptr<RegularTimeSeries>& pRTS) {
   if (!pRTS) RaiseHostError(hostObjectNotSet);
-  if (pRTS->ValueCount() != ValueCount())
-    throw AutomationError(kObjectErrorBase + dssDateError, kSource, "");
+  if (pRTS->ValueCount() != ValueCount()) {
+    throw AutomationError(kObjectErrorBase + dssDateError, kSource,
+                          "The series have different lengths (" + std::to_string(ValueCount()) +
+                              " and " + std::to_string(pRTS->ValueCount()) + " values)");
+  }
   for (int32_t i = 0; i < ValueCount(); ++i) {
     if (pRTS->Value(i) > Value(i)) Value(i, pRTS->Value(i));
   }
 }
 
 void RegularTimeSeries::SetAsPeakSince() {
-  throw AutomationError(kObjectErrorBase + series::kNotSetUp, kSource, "");
+  throw series::NotSupported(kSource, "SetAsPeakSince");
 }
 
 std::shared_ptr<RegularTimeSeries> RegularTimeSeries::Clone() {

@@ -61,7 +61,8 @@ TEST(RunningExtremesTest, SetMaximumFromComparesRawValues) {
   EXPECT_EQ(ts->MaxValue(), -901.0f);  // not refreshed
   const AutomationError error = CaughtError([&] { ts->SetMaximumFrom(WithValues(V(5, 9))); });
   EXPECT_EQ(std::make_tuple(error.Number(), error.Source(), error.Description()),
-            std::make_tuple(kObjectErrorBase + dssDateError, "RegularTimeSeries", ""));
+            std::make_tuple(kObjectErrorBase + dssDateError, "RegularTimeSeries",
+                            "The series have different lengths (4 and 5 values)"));
   EXPECT_EQ(Values(*ts), (V{3, 5, 4, -950}));
   EXPECT_EQ(CaughtError([&] { ts->SetMaximumFrom(nullptr); }).Number(), hostObjectNotSet);
   EXPECT_EQ(CaughtError([&] { ts->SetAsPeakSince(); }).Number(), kObjectErrorBase + 16385);
