@@ -68,6 +68,8 @@ std::unique_ptr<engine::dss7::DssFile> OpenOrCreateDss(const std::string& path);
 // Fails when a file-layer call did not succeed. Damage and read errors always exit kExitFile,
 // refused writes kExitWriteFailed, whatever the command; other statuses exit `code`.
 void Check(engine::dss7::Status status, ExitCode code, const std::string& what);
+// Check for a record the catalog listed: not finding it means the file is damaged.
+void CheckListed(engine::dss7::Status status, const std::string& what);
 // A pathname given on the command line or in a CSV file, without surrounding blanks.
 std::string TrimmedPath(std::string_view text);
 

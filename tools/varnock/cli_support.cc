@@ -84,6 +84,14 @@ void Check(dss7::Status status, ExitCode code, const std::string& what) {
   throw Failure(code, what + ": " + dss7::StatusText(status));
 }
 
+void CheckListed(dss7::Status status, const std::string& what) {
+  if (status == dss7::Status::kNotFound)
+    throw Failure(kExitFile, what +
+                                 ": the catalog lists the record but it cannot be found "
+                                 "(damaged file)");
+  Check(status, kExitFailure, what);
+}
+
 std::string TrimmedPath(std::string_view text) {
   while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
     text.remove_prefix(1);

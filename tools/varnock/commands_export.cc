@@ -62,7 +62,9 @@ void ReadBlock(dss7::DssFile& file, const dss7::CatalogEntry& block, series::Ser
     if (status.ok()) status = series::ReadIrregular(file, block.path, first, last, read);
   }
   if (!status.ok()) {
-    Check(status.file, kExitFile, "cannot read " + block.path);
+    CheckListed(
+        status.code == series::SeriesCode::kNotFound ? dss7::Status::kNotFound : status.file,
+        "cannot read " + block.path);
     throw Failure(kExitFile, "cannot read " + block.path + " (error " +
                                  std::to_string(static_cast<int>(status.code)) + ")");
   }

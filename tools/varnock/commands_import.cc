@@ -34,7 +34,7 @@ void RequireFloatRange(const CsvSeries& csv, const std::string& name) {
   for (const CsvRow& row : csv.rows) {
     if (std::fabs(row.value) <= FLT_MAX) continue;
     std::string value;
-    AppendNumber(value, row.value, true);
+    AppendNumber(value, row.value, false);
     throw Failure(kExitBadInput, RowPlace(name, row.line) + "value " + value +
                                      " does not fit a single-precision record; use --doubles");
   }

@@ -36,6 +36,10 @@ void RequireSameBlockParts(int32_t type, const std::string& old_path, const std:
                                 ", so the new name must keep both");
 }
 
+bool SamePath(const std::string& a, const std::string& b) {
+  return SamePart(a, b);
+}
+
 bool SameFile(const std::string& a, const std::string& b) {
   std::error_code error;
   return a == b || std::filesystem::equivalent(a, b, error);
@@ -72,8 +76,8 @@ int RunCopy(const std::vector<std::string>& raw) {
   Progress progress("copying", static_cast<int64_t>(records.size()));
   size_t done = 0;
   for (const auto& record : records) {
-    Check(source->Copy(record.path, target, to ? *to : record.path), kExitFailure,
-          "cannot copy " + record.path);
+    CheckListed(source->Copy(record.path, target, to ? *to : record.path),
+                "cannot copy " + record.path);
     progress.Advance(static_cast<int64_t>(++done));
   }
   if (target_file) Check(target_file->Close(), kExitWriteFailed, "cannot close " + target_name);
@@ -90,8 +94,12 @@ int RunRename(const std::vector<std::string>& raw) {
   auto file = OpenDss(args.At(0), true);
   dss7::InfoBlock info;
   const dss7::Status found = file->Lookup(old_path, &info);
-  if (found == dss7::Status::kNotFound)
+  if (found == dss7::Status::kNotFound) {
+    for (const auto& entry : MatchingRecords(*file, false, {}, {})) {
+      if (SamePath(entry.path, old_path)) CheckListed(found, "cannot rename " + old_path);
+    }
     throw Failure(kExitNotFound, "Pathname not found: " + old_path);
+  }
   Check(found, kExitFailure, "cannot read " + old_path);
   RequireSameBlockParts(info.type, old_path, new_path);
   Check(file->Rename(old_path, new_path), kExitFailure, "cannot rename " + old_path);
@@ -107,7 +115,7 @@ int RunDelete(const std::vector<std::string>& raw) {
   const auto records = MatchingRecords(*file, false, patterns, {});
   if (records.empty()) throw Failure(kExitNotFound, "no record matches");
   for (const auto& record : records)
-    Check(file->Delete(record.path), kExitFailure, "cannot delete " + record.path);
+    CheckListed(file->Delete(record.path), "cannot delete " + record.path);
   Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
   PrintCount("deleted", records.size());
   return kExitOk;

@@ -1,54 +1,21 @@
 // Runs the varnock tool itself and checks its output, messages and exit codes.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include "tests/support/dump_reader.h"
 #include "tests/support/fixture_path.h"
 #include "tests/support/temp_folder.h"
+#include "tools/varnock/tool_runner.h"
 
 namespace {
 
 using varnock::testing::TempFolder;
 
-struct Outcome {
-  int exit_code = -1;
-  std::string out;
-  std::string err;
-};
-
-// Runs the tool with the given argument text (already shell-quoted where needed).
-Outcome RunTool(const std::string& arguments, const TempFolder& folder) {
-  const std::string err_file = folder.File("stderr.txt");
-  const std::string command =
-      std::string("'") + VARNOCK_TOOL_PATH + "' " + arguments + " 2>'" + err_file + "'";
-  Outcome outcome;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return outcome;
-  char buffer[65536];
-  size_t read = 0;
-  while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    outcome.out.append(buffer, read);
-  const int status = pclose(pipe);
-  outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  std::ifstream err(err_file);
-  std::stringstream text;
-  text << err.rdbuf();
-  outcome.err = text.str();
-  return outcome;
-}
-
-std::string Quoted(const std::string& text) {
-  return "'" + text + "'";
-}
-
-int CountLines(const std::string& text) {
-  return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-}
+using varnock::testing::CountLines;
+using varnock::testing::Outcome;
+using varnock::testing::Quoted;
+using varnock::testing::RunTool;
 
 TEST(VarnockToolTest, HelpAndUsageErrors) {
   TempFolder folder;
