@@ -22,10 +22,6 @@ std::string Trimmed(std::string_view text) {
   return std::string(text);
 }
 
-bool SameWord(std::string_view a, std::string_view b) {
-  return SamePart(a, b);
-}
-
 // Walks the records of a CSV text. Lines starting with '#' are comments (outside quotes).
 class CsvReader {
  public:
@@ -237,7 +233,7 @@ CsvSeries ReadSeriesCsv(const std::string& name) {
           throw Failure(kExitBadInput, where + "a header of " + std::to_string(cells.size()) +
                                            " columns; expected time,value[,quality]");
         columns = cells.size();
-        if (columns == 3 && !SameWord(cells[2], "quality"))
+        if (columns == 3 && !SamePart(cells[2], "quality"))
           throw Failure(kExitBadInput, where + "third column '" + cells[2] +
                                            "'; only quality may follow the value");
         csv.has_quality = columns == 3;
