@@ -21,12 +21,26 @@ namespace series = engine::series;
 
 namespace {
 
-// A failed store is a write failure when the file refused it, else a fault of the input.
+// A failed store is a write failure when the file refused it, damage when a stored block
+// fails its checks, else a conflict of the input with what the file holds.
 void RequireStored(const series::SeriesStatus& status, const std::string& path) {
   if (status.ok()) return;
-  Check(status.file, kExitWriteFailed, "cannot store " + path);
-  throw Failure(kExitBadInput, "cannot store " + path + " (error " +
-                                   std::to_string(static_cast<int>(status.code)) + ")");
+  const std::string what = "cannot store " + path;
+  Check(status.file, kExitWriteFailed, what);
+  switch (status.code) {
+    case series::SeriesCode::kDamaged:
+      throw Failure(kExitFile, what + ": a stored block fails its checks (damaged file)");
+    case series::SeriesCode::kWrongType:
+      throw Failure(kExitBadInput, what + ": a record of another type holds one of its blocks");
+    case series::SeriesCode::kIncompatible:
+      throw Failure(kExitBadInput,
+                    what + ": the stored records keep quality or notes of another size");
+    case series::SeriesCode::kTooLarge:
+      throw Failure(kExitBadInput, what + ": a block would exceed the largest record");
+    default:
+      throw Failure(kExitBadInput,
+                    what + " (error " + std::to_string(static_cast<int>(status.code)) + ")");
+  }
 }
 
 void RequireFloatRange(const CsvSeries& csv, const std::string& name) {
@@ -214,11 +228,13 @@ int RunImport(const std::vector<std::string>& raw) {
     StoreIrregularRows(*file, csv);
   }
   Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+  const auto plural = [](size_t n) { return n == 1 ? "" : "s"; };
   if (readings == csv.rows.size()) {
-    std::fprintf(stderr, "imported %zu values into %s\n", readings, csv.path.c_str());
-  } else {
-    std::fprintf(stderr, "imported %zu readings as %zu values into %s\n", readings, csv.rows.size(),
+    std::fprintf(stderr, "imported %zu value%s into %s\n", readings, plural(readings),
                  csv.path.c_str());
+  } else {
+    std::fprintf(stderr, "imported %zu reading%s as %zu value%s into %s\n", readings,
+                 plural(readings), csv.rows.size(), plural(csv.rows.size()), csv.path.c_str());
   }
   return kExitOk;
 }
