@@ -119,10 +119,10 @@ class Progress {
 
 // Date text of HEC's block form ("01Jan2020") as a julian day; false when it is not a date.
 bool BlockDateJulian(const std::string& text, int32_t* julian);
-// Reads "YYYY-MM-DD[THH:MM[:SS]]" (a blank may stand for the T); 24:00 only as 24:00:00.
-bool ParseIsoTime(std::string_view text, int64_t* instant);
-// Reads an ISO time or HEC's "01Jan2021 2400" / "01JAN2021 01:00" / "01Jan2021" (midnight
-// at the start of the day); fails with kExitUsage naming `what`.
+// Reads "YYYY-MM-DD[THH:MM[:SS]]" (a blank may stand for the T) or HEC's "01Jan2021 2400" /
+// "01JAN2021 01:00" / "01Jan2021" (midnight at the start of the day).
+bool ParseTime(std::string_view text, int64_t* instant);
+// The same, failing with kExitUsage naming `what`.
 int64_t RequireTime(const std::string& text, const std::string& what);
 // An engine instant (seconds from 31 December 1899 00:00) as "YYYY-MM-DDTHH:MM:SS".
 std::string IsoTime(int64_t instant);

@@ -227,7 +227,7 @@ CsvSeries ReadSeriesCsv(const std::string& name) {
     if (first) {
       first = false;
       // A header names the columns: its first cell is no time and its second no number.
-      if (!ParseIsoTime(cells[0], &row.time) &&
+      if (!ParseTime(cells[0], &row.time) &&
           (cells.size() < 2 || !ParseDecimal(cells[1], &number))) {
         if (cells.size() < 2 || cells.size() > 3)
           throw Failure(kExitBadInput, where + "a header of " + std::to_string(cells.size()) +
@@ -244,8 +244,9 @@ CsvSeries ReadSeriesCsv(const std::string& name) {
     if (cells.size() > columns)
       throw Failure(kExitBadInput, where + std::to_string(cells.size()) + " columns; expected " +
                                        (columns == 3 ? "time,value[,quality]" : "time,value"));
-    if (!ParseIsoTime(cells[0], &row.time))
-      throw Failure(kExitBadInput, where + "bad time '" + cells[0] + "' (YYYY-MM-DDTHH:MM:SS)");
+    if (!ParseTime(cells[0], &row.time))
+      throw Failure(kExitBadInput,
+                    where + "bad time '" + cells[0] + "' (YYYY-MM-DDTHH:MM:SS or 01Jan2021 2400)");
     if (!ParseDecimal(cells[1], &row.value))
       throw Failure(kExitBadInput,
                     where + "bad value '" + cells[1] + "' (a finite decimal number)");

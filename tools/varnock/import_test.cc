@@ -53,6 +53,8 @@ TEST(ImportTest, ReadsTheCsvFormsUsersWrite) {
        "time,value,quality\n2021-01-01T01:00:00,1.5,-1\n"},
       {"24:00 of a day", "time,value\n2021-01-01T24:00:00,3\n",
        "time,value\n2021-01-02T00:00:00,3\n"},
+      {"HEC's dates", "time,value\n01Jan2021 2300,2\n01JAN2021 2400,3\n",
+       "time,value\n2021-01-01T23:00:00,2\n2021-01-02T00:00:00,3\n"},
   };
   for (const Case& c : cases) {
     TempFolder folder;
@@ -72,6 +74,7 @@ TEST(ImportTest, RefusesBadRowsNamingThem) {
   };
   const Case cases[] = {
       {"24:30 is no time", "time,value\n2021-01-01T24:30:00,1\n", "", "line 2: bad time"},
+      {"2430 is no time either", "time,value\n01Jan2021 2430,1\n", "", "line 2: bad time"},
       {"hexadecimal value", "time,value\n2021-01-01T01:00:00,0x10\n", "", "line 2: bad value"},
       {"nan", "time,value\n2021-01-01T01:00:00,1\n2021-01-01T02:00:00,nan\n", "",
        "line 3: bad value 'nan'"},

@@ -81,13 +81,7 @@ bool ParseHecTime(std::string_view text, int64_t* out) {
   return true;
 }
 
-}  // namespace
-
-bool BlockDateJulian(const std::string& text, int32_t* julian) {
-  if (text.size() < 7) return false;
-  return engine::DateToJulian(text, 2000, julian) == 0;
-}
-
+// "YYYY-MM-DD[THH:MM[:SS]]"; 24:00 only as 24:00:00, the end of the day.
 bool ParseIsoTime(std::string_view text, int64_t* out) {
   int year = 0, month = 0, day = 0;
   if (text.size() < 10 || !Field(text, 0, 4, &year) || text[4] != '-' ||
@@ -104,9 +98,20 @@ bool ParseIsoTime(std::string_view text, int64_t* out) {
   return true;
 }
 
+}  // namespace
+
+bool BlockDateJulian(const std::string& text, int32_t* julian) {
+  if (text.size() < 7) return false;
+  return engine::DateToJulian(text, 2000, julian) == 0;
+}
+
+bool ParseTime(std::string_view text, int64_t* instant) {
+  return ParseIsoTime(text, instant) || ParseHecTime(text, instant);
+}
+
 int64_t RequireTime(const std::string& text, const std::string& what) {
   int64_t instant = 0;
-  if (!ParseIsoTime(text, &instant) && !ParseHecTime(text, &instant))
+  if (!ParseTime(text, &instant))
     throw Failure(kExitUsage, what + " '" + text +
                                   "' is not a time (YYYY-MM-DDTHH:MM:SS or HEC's 01Jan2021 2400)");
   return instant;
