@@ -92,11 +92,14 @@ bool AnyMatches(const std::vector<PathPattern>& patterns, std::string_view path)
 // The patterns among the positional arguments from `first` on.
 std::vector<PathPattern> PatternsFrom(const Arguments& args, size_t first);
 
+// Indexes of the parts that place a time-series record: its block date and its interval.
+inline constexpr int kDatePart = 3;
+inline constexpr int kIntervalPart = 4;
 // Splits "/A/B/C/D/E/F/" into its six parts; false when it is not a pathname.
 bool SplitPath(std::string_view path, std::string parts[6]);
 // The pathname with its D part left empty: the name of the series a block belongs to.
 std::string SeriesName(const std::string parts[6]);
-bool SamePart(std::string_view a, std::string_view b);  // ignoring case
+bool SameIgnoringCase(std::string_view a, std::string_view b);
 
 bool IsTimeSeries(int32_t type);
 bool IsPairedData(int32_t type);

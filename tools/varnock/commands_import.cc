@@ -72,8 +72,8 @@ void RequireOnGrid(const CsvSeries& csv, const series::Interval& interval,
 enum class Rule { kHighest, kLast, kAverage, kSum };
 
 Rule AggregationRule(const std::string& rule, const std::string& type) {
-  const bool cumulative = SamePart(type, "PER-CUM");
-  if (!cumulative && !SamePart(type, "INST-VAL"))
+  const bool cumulative = SameIgnoringCase(type, "PER-CUM");
+  if (!cumulative && !SameIgnoringCase(type, "INST-VAL"))
     throw Failure(kExitUsage,
                   "--aggregate combines INST-VAL series (highest, last, average) and "
                   "PER-CUM series (sum); this series' type is '" +

@@ -10,9 +10,6 @@ namespace dss7 = engine::dss7;
 
 namespace {
 
-constexpr int kDatePart = 3;
-constexpr int kIntervalPart = 4;
-
 std::string RequirePathname(const std::string& text, const std::string& what) {
   const std::string path = TrimmedPath(text);
   std::string parts[6];
@@ -27,17 +24,13 @@ void RequireSameBlockParts(int32_t type, const std::string& old_path, const std:
   if (!IsTimeSeries(type)) return;
   std::string old_parts[6], new_parts[6];
   if (!SplitPath(old_path, old_parts) || !SplitPath(new_path, new_parts)) return;
-  if (SamePart(old_parts[kDatePart], new_parts[kDatePart]) &&
-      SamePart(old_parts[kIntervalPart], new_parts[kIntervalPart]))
+  if (SameIgnoringCase(old_parts[kDatePart], new_parts[kDatePart]) &&
+      SameIgnoringCase(old_parts[kIntervalPart], new_parts[kIntervalPart]))
     return;
   throw Failure(kExitUsage, "'" + new_path + "' changes the D or E part of time-series record '" +
                                 old_path + "'; the values belong to block " + old_parts[kDatePart] +
                                 " of interval " + old_parts[kIntervalPart] +
                                 ", so the new name must keep both");
-}
-
-bool SamePath(const std::string& a, const std::string& b) {
-  return SamePart(a, b);
 }
 
 bool SameFile(const std::string& a, const std::string& b) {
@@ -96,7 +89,7 @@ int RunRename(const std::vector<std::string>& raw) {
   const dss7::Status found = file->Lookup(old_path, &info);
   if (found == dss7::Status::kNotFound) {
     for (const auto& entry : MatchingRecords(*file, false, {}, {})) {
-      if (SamePath(entry.path, old_path)) CheckListed(found, "cannot rename " + old_path);
+      if (SameIgnoringCase(entry.path, old_path)) CheckListed(found, "cannot rename " + old_path);
     }
     throw Failure(kExitNotFound, "Pathname not found: " + old_path);
   }

@@ -233,7 +233,7 @@ CsvSeries ReadSeriesCsv(const std::string& name) {
           throw Failure(kExitBadInput, where + "a header of " + std::to_string(cells.size()) +
                                            " columns; expected time,value[,quality]");
         columns = cells.size();
-        if (columns == 3 && !SamePart(cells[2], "quality"))
+        if (columns == 3 && !SameIgnoringCase(cells[2], "quality"))
           throw Failure(kExitBadInput, where + "third column '" + cells[2] +
                                            "'; only quality may follow the value");
         csv.has_quality = columns == 3;

@@ -6,12 +6,6 @@
 
 namespace varnock::cli {
 
-namespace {
-
-constexpr int kDatePart = 3;  // the D part, which names a series' block
-
-}  // namespace
-
 bool GlobMatch(std::string_view pattern, std::string_view text) {
   // Iterative matcher with one backtrack point: linear for typical patterns, never recursive.
   size_t p = 0, t = 0, star = std::string_view::npos, resume = 0;
@@ -36,7 +30,7 @@ bool GlobMatch(std::string_view pattern, std::string_view text) {
   return p == pattern.size();
 }
 
-bool SamePart(std::string_view a, std::string_view b) {
+bool SameIgnoringCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
            return std::toupper(static_cast<unsigned char>(x)) ==
                   std::toupper(static_cast<unsigned char>(y));
