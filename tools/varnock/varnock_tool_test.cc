@@ -22,7 +22,8 @@ TEST(VarnockToolTest, HelpAndUsageErrors) {
   const Outcome help = RunTool("--help", folder);
   EXPECT_EQ(help.exit_code, 0);
   EXPECT_NE(help.out.find("catalog"), std::string::npos);
-  for (const char* command : {"info", "catalog", "copy", "rename", "delete", "undelete"}) {
+  for (const char* command :
+       {"dump", "export", "import", "info", "catalog", "copy", "rename", "delete", "undelete"}) {
     const Outcome one = RunTool(std::string(command) + " --help", folder);
     EXPECT_EQ(one.exit_code, 0) << command;
     EXPECT_EQ(one.out.rfind("usage: varnock " + std::string(command), 0), 0u) << one.out;
