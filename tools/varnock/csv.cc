@@ -220,6 +220,7 @@ CsvSeries ReadSeriesCsv(const std::string& name) {
       ReadComment(cells[0], &csv);
       continue;
     }
+    if (cells.size() == 1 && cells[0].empty()) continue;  // a line of blanks
     const std::string where = RowPlace(name, reader.line());
     CsvRow row;
     row.line = reader.line();

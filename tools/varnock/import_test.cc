@@ -45,7 +45,7 @@ TEST(ImportTest, ReadsTheCsvFormsUsersWrite) {
        "time,value\n2021-01-01T01:00:00,1.5\n"},
       {"byte-order mark", "\xEF\xBB\xBFtime,value\r\n2021-01-01T01:00:00,1.5\r\n",
        "time,value\n2021-01-01T01:00:00,1.5\n"},
-      {"no header", "2021-01-01T01:00:00,1.5\n2021-01-01T02:00:00,2\n",
+      {"no header, a line of blanks", "2021-01-01T01:00:00,1.5\n  \n2021-01-01T02:00:00,2\n",
        "time,value\n2021-01-01T01:00:00,1.5\n2021-01-01T02:00:00,2\n"},
       {"quoted fields", "\"time\",\"value\"\n\"2021-01-01T01:00:00\",\"1.5\"\n",
        "time,value\n2021-01-01T01:00:00,1.5\n"},
