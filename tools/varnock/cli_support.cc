@@ -1,12 +1,14 @@
+// Command-line parsing, opening files with the tool's messages, status checks and progress.
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include "cli.h"
-#include "engine/dates.h"
+#include "engine/dss7/posix_file_io.h"
 
 namespace varnock::cli {
 
@@ -16,10 +18,6 @@ Arguments::Arguments(std::vector<std::string> args, std::vector<std::string> val
                      std::vector<std::string> flag_options) {
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      help_ = true;
-      continue;
-    }
     if (arg.size() < 3 || arg.compare(0, 2, "--") != 0) {
       positional_.push_back(arg);
       continue;
@@ -63,19 +61,59 @@ void Arguments::RequireCount(size_t min, size_t max, const std::string& usage) c
 }
 
 void Check(dss7::Status status, ExitCode code, const std::string& what) {
-  if (dss7::Ok(status)) return;
-  if (status == dss7::Status::kReadOnly || status == dss7::Status::kWriteError ||
-      status == dss7::Status::kDiskFull)
-    code = kExitWriteFailed;
+  switch (status) {
+    case dss7::Status::kOk:
+      return;
+    case dss7::Status::kReadOnly:
+    case dss7::Status::kWriteError:
+    case dss7::Status::kDiskFull:
+      code = kExitWriteFailed;
+      break;
+    case dss7::Status::kDamaged:
+    case dss7::Status::kPathMismatch:
+    case dss7::Status::kInvalidHeader:
+    case dss7::Status::kReadError:
+    case dss7::Status::kLockBusy:
+    case dss7::Status::kExclusiveLocked:
+    case dss7::Status::kLockError:
+      code = kExitFile;
+      break;
+    default:
+      break;
+  }
   throw Failure(code, what + ": " + dss7::StatusText(status));
+}
+
+void CheckListed(dss7::Status status, const std::string& what) {
+  if (status == dss7::Status::kNotFound)
+    throw Failure(kExitFile, what +
+                                 ": the catalog lists the record but it cannot be found "
+                                 "(damaged file)");
+  Check(status, kExitFailure, what);
+}
+
+std::string TrimmedPath(std::string_view text) {
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
+    text.remove_prefix(1);
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
+    text.remove_suffix(1);
+  return std::string(text);
 }
 
 namespace {
 
 std::string OpenFailureText(const std::string& path, dss7::Status status) {
   switch (status) {
-    case dss7::Status::kIncompatibleVersion:
-      return "Can't open " + path + ": incompatible DSS versions.";
+    case dss7::Status::kIncompatibleVersion: {
+      // Name the version found, so the user knows which tool the file needs.
+      std::string found;
+      std::unique_ptr<dss7::PosixFileIO> io;
+      dss7::VersionInfo version;
+      if (dss7::Ok(dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io)) &&
+          dss7::Ok(dss7::DssFile::ProbeVersion(*io, &version)))
+        found = " (the file is DSS version " + version.text + "; varnock reads version 7)";
+      return "Can't open " + path + ": incompatible DSS versions." + found;
+    }
     case dss7::Status::kNotDssFile:
       return path + " is not a DSS file";
     case dss7::Status::kOpenFailed:
@@ -85,12 +123,19 @@ std::string OpenFailureText(const std::string& path, dss7::Status status) {
   }
 }
 
+void RequireNotFolder(const std::string& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored))
+    throw Failure(kExitFile, path + " is a directory, not a DSS file");
+}
+
 }  // namespace
 
 std::unique_ptr<dss7::DssFile> OpenDss(const std::string& path, bool writable) {
   std::error_code ignored;
   if (!std::filesystem::exists(path, ignored))
     throw Failure(kExitFile, "Unable to connect to the DSS file: " + path);
+  RequireNotFolder(path);
   dss7::FileOptions options;
   options.read_only = !writable;
   options.program = "varnock";
@@ -103,6 +148,7 @@ std::unique_ptr<dss7::DssFile> OpenDss(const std::string& path, bool writable) {
 }
 
 std::unique_ptr<dss7::DssFile> OpenOrCreateDss(const std::string& path) {
+  RequireNotFolder(path);
   dss7::FileOptions options;
   options.program = "varnock";
   std::unique_ptr<dss7::DssFile> file;
@@ -113,71 +159,42 @@ std::unique_ptr<dss7::DssFile> OpenOrCreateDss(const std::string& path) {
   return file;
 }
 
-bool GlobMatch(std::string_view pattern, std::string_view text) {
-  // Iterative matcher with one backtrack point: linear for typical patterns, never recursive.
-  size_t p = 0, t = 0, star = std::string_view::npos, resume = 0;
-  while (t < text.size()) {
-    if (p < pattern.size() &&
-        (pattern[p] == '?' || std::toupper(static_cast<unsigned char>(pattern[p])) ==
-                                  std::toupper(static_cast<unsigned char>(text[t])))) {
-      ++p;
-      ++t;
-    } else if (p < pattern.size() && pattern[p] == '*') {
-      star = p++;
-      resume = t;
-    } else if (star != std::string_view::npos) {
-      p = star + 1;
-      t = ++resume;
-    } else {
-      return false;
-    }
-  }
-  while (p < pattern.size() && pattern[p] == '*')
-    ++p;
-  return p == pattern.size();
+bool IsTimeSeries(int32_t type) {
+  return type >= 100 && type < 120;
 }
 
-bool SplitPath(std::string_view path, std::string parts[6]) {
-  if (path.empty() || path.front() != '/' || path.back() != '/') return false;
-  size_t start = 1;
-  for (int i = 0; i < 6; ++i) {
-    const size_t slash = path.find('/', start);
-    if (slash == std::string_view::npos) return false;
-    parts[i] = std::string(path.substr(start, slash - start));
-    start = slash + 1;
-  }
-  return start == path.size();
+bool IsPairedData(int32_t type) {
+  return type >= 200 && type < 210;
 }
 
-PathPattern::PathPattern(std::string pattern) : pattern_(std::move(pattern)) {
-  std::string parts[6];
-  if (SplitPath(pattern_, parts)) parts_.assign(parts, parts + 6);
+namespace {
+
+bool ProgressWanted() {
+  const char* forced = std::getenv("VARNOCK_PROGRESS");
+  if (forced != nullptr && *forced != '\0') return std::string_view(forced) != "0";
+  return ::isatty(STDERR_FILENO) != 0;
 }
 
-bool PathPattern::Matches(std::string_view path) const {
-  if (parts_.empty()) return GlobMatch(pattern_, path);
-  std::string parts[6];
-  if (!SplitPath(path, parts)) return false;
-  for (int i = 0; i < 6; ++i) {
-    if (!GlobMatch(parts_[static_cast<size_t>(i)], parts[i])) return false;
-  }
-  return true;
-}
-
-bool PathPattern::IsLiteral() const {
-  return pattern_.find_first_of("*?") == std::string::npos && !parts_.empty();
-}
+}  // namespace
 
 Progress::Progress(std::string label, int64_t total)
-    : label_(std::move(label)), total_(total), enabled_(total > 0 && ::isatty(STDERR_FILENO)) {}
+    : label_(std::move(label)), total_(total), enabled_(total > 0 && ProgressWanted()) {}
 
 Progress::~Progress() {
-  if (enabled_ && last_percent_ >= 0) std::fprintf(stderr, "\r\033[K");
+  Done();
+}
+
+void Progress::Done() {
+  if (enabled_ && last_percent_ >= 0) {
+    std::fprintf(stderr, "\r\033[K");
+    std::fflush(stderr);
+  }
+  last_percent_ = -1;
 }
 
 void Progress::Advance(int64_t done) {
   if (!enabled_) return;
-  const int percent = static_cast<int>(std::min<int64_t>(100, done * 100 / total_));
+  const int percent = static_cast<int>(std::clamp<int64_t>(done * 100 / total_, 0, 100));
   if (percent == last_percent_) return;
   last_percent_ = percent;
   constexpr int kWidth = 30;
@@ -185,11 +202,6 @@ void Progress::Advance(int64_t done) {
   std::fprintf(stderr, "\r%s [%.*s%*s] %3d%%", label_.c_str(), filled,
                "##############################", kWidth - filled, "", percent);
   std::fflush(stderr);
-}
-
-bool BlockDateJulian(const std::string& text, int32_t* julian) {
-  if (text.size() < 7) return false;
-  return engine::DateToJulian(text, 2000, julian) == 0;
 }
 
 }  // namespace varnock::cli

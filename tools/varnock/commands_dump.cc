@@ -33,12 +33,6 @@ bool HoldsDoubles(int32_t type) {
   return type % 10 >= 5;
 }
 
-void AppendNumber(std::string& out, double value, bool doubles) {
-  char text[40];
-  std::snprintf(text, sizeof text, doubles ? "%.17g" : "%.9g", value);
-  out += text;
-}
-
 // The series lines of one block record, or nothing when it cannot be read as a series.
 bool SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& entry, std::string& out) {
   series::SeriesRead read;
@@ -86,31 +80,20 @@ std::string RecordLines(dss7::DssFile& file, const dss7::CatalogEntry& entry) {
 
 }  // namespace
 
-std::string IsoTime(int64_t instant) {
-  // Instants count seconds from 31 December 1899 00:00; 2400 of a day is 00:00 of the next.
-  const int64_t days = instant >= 0 ? instant / 86400 : -((-instant + 86399) / 86400);
-  const int64_t seconds = instant - days * 86400;
-  const engine::CivilDate date = engine::JulianToYmd(static_cast<int32_t>(days));
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02lld:%02lld:%02lld",
-                static_cast<int>(date.year), static_cast<int>(date.month),
-                static_cast<int>(date.day), static_cast<long long>(seconds / 3600),
-                static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
-  return text;
-}
-
-std::string DumpFile(dss7::DssFile& file, const PathPattern* pattern) {
+std::string DumpFile(dss7::DssFile& file, const std::vector<PathPattern>& patterns,
+                     size_t* matched) {
   std::vector<dss7::CatalogEntry> entries;
   Check(file.Catalog(&entries), kExitFile, "cannot read the catalog");
+  std::erase_if(entries, [&](const auto& entry) { return !AnyMatches(patterns, entry.path); });
   std::sort(entries.begin(), entries.end(),
             [](const auto& a, const auto& b) { return a.path < b.path; });
+  *matched = entries.size();
   std::string out = "DSSDUMP 1\nfile_version " + std::to_string(file.version().major) +
                     "\nrecord_count " + std::to_string(entries.size()) + "\n";
   Progress progress("dumping", static_cast<int64_t>(entries.size()));
   int64_t done = 0;
   for (const auto& entry : entries) {
     progress.Advance(++done);
-    if (pattern != nullptr && !pattern->Matches(entry.path)) continue;
     out += "record " + entry.path + "\nrectype " + std::to_string(entry.type) + "\n";
     out += RecordLines(file, entry);
     out += "end\n";
@@ -121,13 +104,14 @@ std::string DumpFile(dss7::DssFile& file, const PathPattern* pattern) {
 
 int RunDump(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
-  args.RequireCount(1, 2, "varnock dump FILE [PATTERN]");
+  args.RequireCount(1, SIZE_MAX, "varnock dump FILE [PATTERN...]");
+  const std::vector<PathPattern> patterns = PatternsFrom(args, 1);
   auto file = OpenDss(args.At(0), false);
-  std::optional<PathPattern> pattern;
-  if (args.Count() > 1) pattern.emplace(args.At(1));
-  const std::string dump = DumpFile(*file, pattern ? &*pattern : nullptr);
+  size_t matched = 0;
+  const std::string dump = DumpFile(*file, patterns, &matched);
   if (std::fwrite(dump.data(), 1, dump.size(), stdout) != dump.size())
     throw Failure(kExitFailure, "cannot write the dump");
+  if (matched == 0 && !patterns.empty()) throw Failure(kExitNotFound, "no record matches");
   return kExitOk;
 }
 

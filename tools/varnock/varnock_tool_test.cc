@@ -1,61 +1,29 @@
 // Runs the varnock tool itself and checks its output, messages and exit codes.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include "tests/support/dump_reader.h"
 #include "tests/support/fixture_path.h"
 #include "tests/support/temp_folder.h"
+#include "tools/varnock/tool_runner.h"
 
 namespace {
 
 using varnock::testing::TempFolder;
 
-struct Outcome {
-  int exit_code = -1;
-  std::string out;
-  std::string err;
-};
-
-// Runs the tool with the given argument text (already shell-quoted where needed).
-Outcome RunTool(const std::string& arguments, const TempFolder& folder) {
-  const std::string err_file = folder.File("stderr.txt");
-  const std::string command =
-      std::string("'") + VARNOCK_TOOL_PATH + "' " + arguments + " 2>'" + err_file + "'";
-  Outcome outcome;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return outcome;
-  char buffer[65536];
-  size_t read = 0;
-  while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    outcome.out.append(buffer, read);
-  const int status = pclose(pipe);
-  outcome.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  std::ifstream err(err_file);
-  std::stringstream text;
-  text << err.rdbuf();
-  outcome.err = text.str();
-  return outcome;
-}
-
-std::string Quoted(const std::string& text) {
-  return "'" + text + "'";
-}
-
-int CountLines(const std::string& text) {
-  return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-}
+using varnock::testing::CountLines;
+using varnock::testing::Outcome;
+using varnock::testing::Quoted;
+using varnock::testing::RunTool;
 
 TEST(VarnockToolTest, HelpAndUsageErrors) {
   TempFolder folder;
   const Outcome help = RunTool("--help", folder);
   EXPECT_EQ(help.exit_code, 0);
   EXPECT_NE(help.out.find("catalog"), std::string::npos);
-  for (const char* command : {"info", "catalog", "copy", "rename", "delete", "undelete"}) {
+  for (const char* command :
+       {"dump", "export", "import", "info", "catalog", "copy", "rename", "delete", "undelete"}) {
     const Outcome one = RunTool(std::string(command) + " --help", folder);
     EXPECT_EQ(one.exit_code, 0) << command;
     EXPECT_EQ(one.out.rfind("usage: varnock " + std::string(command), 0), 0u) << one.out;
@@ -219,6 +187,115 @@ TEST(VarnockToolTest, BadCsvInputNamesTheLine) {
   EXPECT_NE(no_path.err.find("line 2: bad time"), std::string::npos) << no_path.err;
   EXPECT_EQ(
       RunTool("export " + Quoted(folder.File("x.dss")) + " /A/B/C//1Hour/F/", folder).exit_code, 2);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(VarnockToolTest, MessagesSayWhatIsWrong) {
+  TempFolder folder;
+  const Outcome version = RunTool("--version", folder);
+  EXPECT_EQ(version.exit_code, 0);
+  EXPECT_EQ(version.out.rfind("varnock ", 0), 0u) << version.out;
+  const Outcome help = RunTool("help import", folder);
+  EXPECT_EQ(help.exit_code, 0);
+  EXPECT_EQ(help.out.rfind("usage: varnock import", 0), 0u) << help.out;
+  EXPECT_EQ(RunTool("help frobnicate", folder).exit_code, 2);
+
+  const Outcome directory = RunTool("info " + Quoted(folder.path().string()), folder);
+  EXPECT_EQ(directory.exit_code, 3);
+  EXPECT_NE(directory.err.find(" is a directory"), std::string::npos) << directory.err;
+  const Outcome csv_directory = RunTool(
+      "import " + Quoted(folder.File("x.dss")) + " " + Quoted(folder.path().string()), folder);
+  EXPECT_EQ(csv_directory.exit_code, 3);
+  EXPECT_NE(csv_directory.err.find(" is a directory"), std::string::npos) << csv_directory.err;
+
+  VARNOCK_REQUIRE_FIXTURE(version6, "fixture6.dss");
+  const Outcome old = RunTool("info " + Quoted(version6), folder);
+  EXPECT_EQ(old.exit_code, 3);
+  EXPECT_NE(old.err.find("incompatible DSS versions. (the file is DSS version 6"),
+            std::string::npos)
+      << old.err;
+
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  const std::string file = Quoted(folder.CopyIn(source, "fixture7.dss"));
+  const Outcome missing = RunTool("rename " + file + " '  /A/B/C/D/E/F/ ' /A/B/C/D/E/G/", folder);
+  EXPECT_EQ(missing.exit_code, 4);
+  EXPECT_EQ(missing.err, "varnock rename: Pathname not found: /A/B/C/D/E/F/\n");
+}
+
+TEST(VarnockToolTest, PatternsSelectRecords) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string file = Quoted(source);
+  struct Case {
+    const char* patterns;
+    int exit_code;
+    int lines;  // catalog lines, and records of the dump
+  };
+  const Case cases[] = {
+      {"'/FIXTURES/*/FLOW//1HOUR/*/'", 0, 4},  // an empty D part: every block
+      {"'/FIXTURES/HOURLY/FLOW/01Feb2021/1Hour/*/'", 0, 1},
+      {"'/*/*/ELEV-*//*/*/'", 0, 2},  // no D part to match in paired data
+      {"'/FIXTURES/*/FLOW//1HOUR/*/' '/*/*/ELEV/*/*/*/'", 0, 7},
+      {"'*/RESERVOIR/*'", 0, 2},  // a glob over the whole pathname
+      {"'/NOPE/*/*//*/*/'", 4, 0},
+      {"'/*/*/*/*/*/'", 2, 0},  // five parts: not a pathname
+      {"'/*/*/*/*/*/*/*/'", 2, 0},
+  };
+  for (const Case& c : cases) {
+    const Outcome catalog = RunTool("catalog " + file + " " + c.patterns, folder);
+    EXPECT_EQ(catalog.exit_code, c.exit_code) << c.patterns << catalog.err;
+    EXPECT_EQ(CountLines(catalog.out), c.lines) << c.patterns << "\n" << catalog.out;
+    const Outcome dump = RunTool("dump " + file + " " + c.patterns, folder);
+    EXPECT_EQ(dump.exit_code, c.exit_code) << c.patterns;
+    if (c.exit_code != 2) {
+      EXPECT_NE(dump.out.find("\nrecord_count " + std::to_string(c.lines) + "\n"),
+                std::string::npos)
+          << c.patterns;
+    }
+  }
+}
+
+TEST(VarnockToolTest, CondensedCatalogKeepsTheOrder) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const Outcome condensed = RunTool("catalog " + Quoted(source) + " --condensed", folder);
+  const size_t notes = condensed.out.find("TXT  /FIXTURES/NOTES/README///C-ZTEXTSTORE/\n");
+  const size_t hourly = condensed.out.find("/FIXTURES/HOURLY/FLOW/");
+  const size_t quarter = condensed.out.find("/FIXTURES/QUARTER/PRECIP/");
+  ASSERT_NE(notes, std::string::npos);
+  EXPECT_LT(hourly, notes);
+  EXPECT_LT(notes, quarter);
+  EXPECT_EQ(CountLines(condensed.out), 13);
+}
+
+// With the bar forced on, the CSV reading shows progress and the summary starts a line.
+TEST(VarnockToolTest, ProgressCoversReadingAndEndsItsLine) {
+  TempFolder folder;
+  std::string csv = "# pathname /A/B/FLOW//1HOUR/F/\ntime,value\n";
+  for (int hour = 1; hour <= 2000; ++hour) {
+    char row[64];
+    std::snprintf(row, sizeof row, "2021-%02d-%02dT%02d:00:00,%d\n", 1 + (hour / 24) / 28,
+                  1 + (hour / 24) % 28, hour % 24, hour);
+    csv += row;
+  }
+  std::ofstream(folder.File("in.csv")) << csv;
+  const std::string dss = Quoted(folder.File("out.dss"));
+  const Outcome imported =
+      RunTool("import " + dss + " " + Quoted(folder.File("in.csv")), folder, "VARNOCK_PROGRESS=1");
+  EXPECT_NE(imported.err.find("reading "), std::string::npos) << imported.err;
+  EXPECT_NE(imported.err.find(" 50%"), std::string::npos);
+  EXPECT_NE(imported.err.find("\033[Kimported "), std::string::npos) << imported.err;
+  const Outcome copied =
+      RunTool("copy " + dss + " " + Quoted(folder.File("copy.dss")), folder, "VARNOCK_PROGRESS=1");
+  EXPECT_EQ(copied.exit_code, 0);
+  EXPECT_NE(copied.err.find("100%\r\033[Kcopied "), std::string::npos) << copied.err;
+  EXPECT_EQ(
+      RunTool("import " + dss + " " + Quoted(folder.File("in.csv")), folder, "VARNOCK_PROGRESS=0")
+          .err.find('\r'),
+      std::string::npos);
 }
 
 }  // namespace
