@@ -123,6 +123,21 @@ std::vector<CsvRow> Aggregate(const std::vector<CsvRow>& readings, const series:
   return slots;
 }
 
+// The parts a regular and an irregular store share: name, values, units, type and quality.
+template <typename Store>
+void Describe(const CsvSeries& csv, const std::vector<double>& values,
+              const std::vector<int32_t>& quality, Store* store) {
+  store->path = csv.path;
+  store->values = values;
+  store->doubles = csv.doubles;
+  store->units = csv.units;
+  store->type = csv.type;
+  if (csv.has_quality) {
+    store->quality = quality;
+    store->quality_size = 1;
+  }
+}
+
 void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::Interval& interval) {
   // Rows that follow one another slot by slot go in one store, one block at a time; a gap ends
   // the run, so slots and blocks the export left out stay unwritten.
@@ -149,16 +164,8 @@ void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::I
       quality.push_back(csv.rows[i].quality);
     }
     series::RegularStore store;
-    store.path = csv.path;
+    Describe(csv, values, quality, &store);
     store.start = csv.rows[begin].time;
-    store.values = values;
-    store.doubles = csv.doubles;
-    store.units = csv.units;
-    store.type = csv.type;
-    if (csv.has_quality) {
-      store.quality = quality;
-      store.quality_size = 1;
-    }
     RequireStored(series::StoreRegular(file, store), csv.path);
     progress.Advance(static_cast<int64_t>(end));
     begin = end;
@@ -175,16 +182,8 @@ void StoreIrregularRows(dss7::DssFile& file, const CsvSeries& csv) {
     quality.push_back(row.quality);
   }
   series::IrregularStore store;
-  store.path = csv.path;
+  Describe(csv, values, quality, &store);
   store.times = times;
-  store.values = values;
-  store.doubles = csv.doubles;
-  store.units = csv.units;
-  store.type = csv.type;
-  if (csv.has_quality) {
-    store.quality = quality;
-    store.quality_size = 1;
-  }
   RequireStored(series::StoreIrregular(file, store), csv.path);
 }
 
