@@ -1,6 +1,7 @@
 #include "engine/series/record_codec.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
@@ -52,12 +53,44 @@ struct Section {
   int32_t flag;    // 0 none, 1 repeat bitmap, 2 all equal
 };
 
-// Expands a section starting at v1[pos] into out (count * elem ints). The bitmap, when flag 1,
-// is taken from header2 at *bitmap_at, which then moves past it.
+constexpr int kSections = 3;  // values, quality, integer notes, in storage order
+
+// Where the repeat bitmap of section k may start in header 2. The documented place packs the
+// bitmaps of flag-1 sections back to back; HEC's writers also give every compressed section a
+// slot, left zero for an all-equal one, and some give every present section one. The first
+// place whose bitmap agrees with the stored count is taken.
+std::array<int64_t, 3> BitmapPlaces(const Section (&sections)[kSections], int k, int64_t words) {
+  int64_t packed = 0, compressed = 0, present = 0;
+  for (int i = 0; i < k; ++i) {
+    packed += sections[i].flag == 1 ? words : 0;
+    compressed += sections[i].flag != 0 && sections[i].elem > 0 ? words : 0;
+    present += sections[i].elem > 0 ? words : 0;
+  }
+  return {packed, compressed, present};
+}
+
+// Elements a repeat bitmap keeps (zero bits among the first `count`), or -1 when it claims that
+// step 0 repeats.
+int64_t KeptSteps(const int32_t* bits, int32_t count) {
+  if (count > 0 && (bits[0] & 1) != 0) return -1;
+  int64_t repeats = 0;
+  for (int32_t w = 0; w < count / 32; ++w)
+    repeats += std::popcount(static_cast<uint32_t>(bits[w]));
+  if (count % 32 != 0) {
+    const uint32_t mask = (1u << (count % 32)) - 1;
+    repeats += std::popcount(static_cast<uint32_t>(bits[count / 32]) & mask);
+  }
+  return count - repeats;
+}
+
+// Expands a section starting at v1[pos] into out (count * elem ints); *next is where the
+// following section starts before padding. A flag-1 bitmap is looked for at `places`.
 bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_t pos,
-            std::span<const int32_t> header2, int64_t* bitmap_at, std::vector<int32_t>* out) {
+            std::span<const int32_t> header2, std::span<const int64_t> places,
+            std::vector<int32_t>* out, int64_t* next) {
   if (s.elem < 0 || s.number < 0) return false;
   out->assign(static_cast<size_t>(count) * s.elem, 0);
+  *next = pos + s.number;
   if (s.elem == 0 || count == 0) return s.number == 0;
   // The pad after the last section may be missing (records of 7-IQ files end without it).
   if (pos + s.number > static_cast<int64_t>(v1.size())) return false;
@@ -68,29 +101,60 @@ bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_
     return true;
   }
   if (s.flag == 2) {
-    if (s.number != s.elem) return false;
+    // One element for every step. Some writers count a double as one value, not two ints.
+    if (s.number < 1 || pos + s.elem > static_cast<int64_t>(v1.size())) return false;
+    *next = pos + std::max(s.number, s.elem);
     for (int32_t i = 0; i < count; ++i)
       std::copy_n(src, s.elem, out->begin() + int64_t{i} * s.elem);
     return true;
   }
-  if (s.flag != 1) return false;
+  if (s.flag != 1 || s.number % s.elem != 0) return false;
   const int64_t words = (int64_t{count} + 31) / 32;
-  if (*bitmap_at + words > static_cast<int64_t>(header2.size())) return false;
-  const int32_t* bits = header2.data() + *bitmap_at;
-  *bitmap_at += words;
+  const int32_t* bits = nullptr;
+  for (int64_t at : places) {
+    if (at + words <= static_cast<int64_t>(header2.size()) &&
+        KeptSteps(header2.data() + at, count) * s.elem == s.number) {
+      bits = header2.data() + at;
+      break;
+    }
+  }
+  if (bits == nullptr) return false;
   int64_t taken = 0;
   for (int32_t i = 0; i < count; ++i) {
-    const bool repeat = (static_cast<uint32_t>(bits[i / 32]) >> (i % 32)) & 1u;
     int32_t* dst = out->data() + int64_t{i} * s.elem;
-    if (repeat && i > 0) {
+    if ((static_cast<uint32_t>(bits[i / 32]) >> (i % 32)) & 1u) {
       std::copy_n(dst - s.elem, s.elem, dst);
-      continue;
+    } else {
+      std::copy_n(src + taken * s.elem, s.elem, dst);
+      ++taken;
     }
-    if (repeat || (taken + 1) * s.elem > s.number) return false;
-    std::copy_n(src + taken * s.elem, s.elem, dst);
-    ++taken;
   }
-  return taken * s.elem == s.number;
+  return true;
+}
+
+// The values, quality and notes sections of values1 from `pos` on, in the padded (current) or
+// unpadded (legacy) layout.
+bool DecodeSections(const Section (&sections)[kSections], std::span<const int32_t> v1,
+                    std::span<const int32_t> h2, int64_t pos, bool padded, int32_t cnote_bytes,
+                    SeriesBlock* out) {
+  const int64_t words = (int64_t{out->count} + 31) / 32;
+  std::vector<int32_t>* outs[kSections] = {&out->values, &out->quality, &out->inotes};
+  out->cnotes.clear();
+  for (int k = 0; k < kSections; ++k) {
+    if (k == 2 && cnote_bytes > 0) break;
+    const std::array<int64_t, 3> places = BitmapPlaces(sections, k, words);
+    int64_t next = 0;
+    if (!Expand(sections[k], out->count, v1, pos, h2, places, outs[k], &next)) return false;
+    pos = padded ? RoundEven(next) : next;
+  }
+  if (cnote_bytes == 0) return true;
+  // Character notes take the notes section's place; its number counts their ints.
+  const int64_t ints = (int64_t{cnote_bytes} + 3) / 4;
+  if (sections[2].number != ints || pos + ints > static_cast<int64_t>(v1.size())) return false;
+  out->cnotes.assign(
+      Bytes(v1.subspan(static_cast<size_t>(pos))).substr(0, static_cast<size_t>(cnote_bytes)));
+  return std::count(out->cnotes.begin(), out->cnotes.end(), '\0') == out->count &&
+         out->cnotes.back() == '\0';
 }
 
 bool TypeFits(int32_t type, bool irregular, int32_t* value_size) {
@@ -163,7 +227,6 @@ DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_v
           : std::span<const int32_t>();
   UnpackStrings(Bytes(string_ints), &out->units, &out->type, &out->zone);
 
-  const bool padded = file_version >= kFirstPaddedLayout;
   int64_t pos = 0;
   if (irregular) {
     if (count > static_cast<int64_t>(v1.size())) return DecodeResult::kDamaged;
@@ -177,43 +240,24 @@ DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_v
   } else {
     out->times.clear();
   }
-  int64_t bitmap_at = 0;
-  const Section values{ih[h::kValuesNumber], out->value_size, ih[h::kValuesCompression]};
-  if (!Expand(values, out->count, v1, pos, h2, &bitmap_at, &out->values))
-    return DecodeResult::kDamaged;
-  pos += values.number;
-  if (padded) pos = RoundEven(pos);
-
   out->quality_size = ih[h::kQualitySize];
-  const Section quality{ih[h::kQualityNumber], out->quality_size, ih[h::kQualityCompression]};
-  if (out->quality_size < 0 || out->quality_size > 64 ||
-      !Expand(quality, out->count, v1, pos, h2, &bitmap_at, &out->quality))
-    return DecodeResult::kDamaged;
-  pos += quality.number;
-  if (padded) pos = RoundEven(pos);
-
   out->inote_size = ih[h::kInoteSize];
   const int32_t cnote_bytes = ih[h::kCnotesLength];
   out->has_cnotes = cnote_bytes > 0;
-  out->cnotes.clear();
-  if (out->inote_size < 0 || out->inote_size > 64 || cnote_bytes < 0 ||
-      (out->has_cnotes && out->inote_size > 0))
+  if (out->quality_size < 0 || out->quality_size > 64 || out->inote_size < 0 ||
+      out->inote_size > 64 || cnote_bytes < 0 || (out->has_cnotes && out->inote_size > 0))
     return DecodeResult::kDamaged;
-  if (out->has_cnotes) {
-    const int64_t ints = (int64_t{cnote_bytes} + 3) / 4;
-    if (ih[h::kNotesNumber] != ints || pos + ints > static_cast<int64_t>(v1.size()))
-      return DecodeResult::kDamaged;
-    out->cnotes.assign(Bytes(std::span<const int32_t>(v1).subspan(static_cast<size_t>(pos)))
-                           .substr(0, static_cast<size_t>(cnote_bytes)));
-    if (std::count(out->cnotes.begin(), out->cnotes.end(), '\0') != count ||
-        out->cnotes.back() != '\0')
-      return DecodeResult::kDamaged;
-    out->inotes.clear();
-  } else {
-    const Section notes{ih[h::kNotesNumber], out->inote_size, ih[h::kNotesCompression]};
-    if (!Expand(notes, out->count, v1, pos, h2, &bitmap_at, &out->inotes))
-      return DecodeResult::kDamaged;
-  }
+  const Section sections[kSections] = {
+      {ih[h::kValuesNumber], out->value_size, ih[h::kValuesCompression]},
+      {ih[h::kQualityNumber], out->quality_size, ih[h::kQualityCompression]},
+      {ih[h::kNotesNumber], out->inote_size, ih[h::kNotesCompression]},
+  };
+  // The file's version says which layout its records have; a record that does not fit it is
+  // tried in the other one (writers other than HEC's do not always follow the version).
+  const bool padded = file_version >= kFirstPaddedLayout;
+  if (!DecodeSections(sections, v1, h2, pos, padded, cnote_bytes, out) &&
+      !DecodeSections(sections, v1, h2, pos, !padded, cnote_bytes, out))
+    return DecodeResult::kDamaged;
   out->user_header = record.areas[dss7::kUserHeader];
   return DecodeResult::kOk;
 }

@@ -112,7 +112,10 @@ inline void SetValueAt(std::span<int32_t> ints, int32_t value_size, size_t i, do
 
 enum class DecodeResult { kOk, kWrongType, kDamaged };
 
-// Checks and expands a record read from a file whose full version is `file_version`.
+// Checks and expands a record read from a file whose full version is `file_version`. Every
+// repeat-compression form HEC writes is expanded: bitmaps packed or one slot per compressed
+// section, an all-equal double counted as one value or as two ints, and records whose section
+// pads disagree with the file's version.
 DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_version,
                           SeriesBlock* out);
 
