@@ -176,20 +176,6 @@ dss7::RecordData BuildRecord(const Form& f, std::vector<int32_t> (&areas)[dss7::
   return data;
 }
 
-// A memory file whose header claims `version`, so the reader picks that version's layout.
-std::unique_ptr<dss7::DssFile> FileOfVersion(const char* version) {
-  auto storage = dss7::MemoryFileIO::NewStorage();
-  dss7::Status st;
-  {
-    auto created = dss7::testing::CreateMemory(storage, {}, &st);
-    if (st != dss7::Status::kOk || created->Close() != dss7::Status::kOk) return nullptr;
-  }
-  for (int i = 0; i < 4; ++i)
-    storage->bytes[16 + static_cast<size_t>(i)] = static_cast<std::byte>(version[i]);
-  auto file = dss7::testing::OpenMemory(storage, &st);
-  return st == dss7::Status::kOk ? std::move(file) : nullptr;
-}
-
 constexpr Form kForms[] = {
     // name                       dbl    irr    legacy vals q  qf n  nf cnotes spare
     {"float values repeats", false, false, false, kRepeats, 0, 0, 0, 0, false, false},
@@ -247,7 +233,7 @@ class SeriesCompression : public ::testing::TestWithParam<Form> {};
 TEST_P(SeriesCompression, ReadsBack) {
   const Form& f = GetParam();
   {
-    auto file = FileOfVersion(f.legacy ? "7-FW" : "7-JA");
+    auto file = dss7::testing::CreateMemoryWithVersion(f.legacy ? "7-FW" : "7-JA");
     ASSERT_NE(file, nullptr);
     std::vector<int32_t> areas[dss7::kAreaCount];
     const dss7::RecordData data = BuildRecord(f, areas);
