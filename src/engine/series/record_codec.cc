@@ -26,10 +26,8 @@ std::string_view TrimRight(std::string_view s) {
   return s;
 }
 
-// Reads NUL-separated strings from `bytes` into up to three outputs.
-void UnpackStrings(std::string_view bytes, std::string* units, std::string* type,
-                   std::string* zone) {
-  std::string* outs[] = {units, type, zone};
+// Reads NUL-separated strings from `bytes` into the outputs, in order.
+void UnpackStrings(std::string_view bytes, std::span<std::string* const> outs) {
   bytes = bytes.substr(0, 200);
   for (std::string* out : outs) {
     const size_t end = bytes.find('\0');
@@ -157,15 +155,10 @@ bool DecodeSections(const Section (&sections)[kSections], std::span<const int32_
          out->cnotes.back() == '\0';
 }
 
-bool TypeFits(int32_t type, bool irregular, int32_t* value_size) {
-  const int32_t base = irregular ? kIrregularFloat : kRegularFloat;
-  if (type == base)
-    *value_size = 1;
-  else if (type == base + 5)
-    *value_size = 2;
-  else
-    return false;
-  return true;
+// The element size (1 float, 2 double) of a record type of the wanted kind; 0 for other types.
+int32_t ElementSize(int32_t type, bool irregular, bool profile) {
+  const int32_t base = (irregular ? kIrregularFloat : kRegularFloat) + (profile ? 2 : 0);
+  return type == base ? 1 : type == base + 5 ? 2 : 0;
 }
 
 }  // namespace
@@ -186,17 +179,24 @@ std::string PackStrings(std::span<const std::string_view> strings) {
 }
 
 DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_version,
-                          SeriesBlock* out) {
+                          SeriesBlock* out, bool profile) {
   const std::vector<int32_t>& ih = record.areas[dss7::kInternalHeader];
   const std::vector<int32_t>& h2 = record.areas[dss7::kHeader2];
   const std::vector<int32_t>& v1 = record.areas[dss7::kValues1];
+  const std::vector<int32_t>& v2 = record.areas[dss7::kValues2];
   const int32_t type = record.info.type;
   if (type < (irregular ? 110 : 100) || type >= (irregular ? 200 : 110))
     return DecodeResult::kWrongType;
-  if (!TypeFits(type, irregular, &out->value_size) ||
-      static_cast<int64_t>(ih.size()) < h::kFixedInts)
+  // Patterns, and profiles or plain series when the other is wanted, are records of another
+  // kind, not damaged ones.
+  const int32_t element = ElementSize(type, irregular, profile);
+  if (element == 0) return DecodeResult::kWrongType;
+  if (static_cast<int64_t>(ih.size()) < h::kFixedInts) return DecodeResult::kDamaged;
+  const int64_t depths = profile ? ih[h::kDepths] : 0;
+  if (profile && (depths < 1 || depths * element > static_cast<int64_t>(v2.size())))
     return DecodeResult::kDamaged;
   out->record_type = type;
+  out->value_size = profile ? static_cast<int32_t>(depths * element) : element;
   out->info = record.info;
   out->granularity = ih[h::kGranularity];
   out->precision = ih[h::kPrecision];
@@ -210,13 +210,15 @@ DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_v
     count = int64_t{out->last_position} - out->first_position + 1;
   else if (ih[h::kValuesCompression] == 0)
     count = ih[h::kValuesNumber] / out->value_size;
-  if (ih[h::kDepths] != 0 || ih[h::kValueSize] != out->value_size ||
-      ih[h::kElementSize] != out->value_size || count < 0 || count > kMaxInts ||
+  if (ih[h::kDepths] != depths || ih[h::kValueSize] != out->value_size ||
+      ih[h::kElementSize] != element || count < 0 || count > kMaxInts ||
       (!irregular && out->first_position < 0))
     return DecodeResult::kDamaged;
   out->count = static_cast<int32_t>(count);
+  out->depths.assign(v2.begin(), v2.begin() + depths * element);
 
-  // Strings: after the blank filler, or at int 17 in records of the legacy layout.
+  // Strings: after the blank filler, or at int 17 in records of the legacy layout. Profiles
+  // name the depths' units first.
   const int64_t strings_at =
       (ih.size() > h::kFiller && (ih[h::kFiller] == 0 || ih[h::kFiller] == h::kBlanks))
           ? h::kStrings
@@ -225,7 +227,13 @@ DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_v
       strings_at < static_cast<int64_t>(ih.size())
           ? std::span<const int32_t>(ih).subspan(static_cast<size_t>(strings_at))
           : std::span<const int32_t>();
-  UnpackStrings(Bytes(string_ints), &out->units, &out->type, &out->zone);
+  std::string* const plain[] = {&out->units, &out->type, &out->zone};
+  std::string* const profiled[] = {&out->depth_units, &out->units, &out->type, &out->zone};
+  out->depth_units.clear();
+  if (profile)
+    UnpackStrings(Bytes(string_ints), profiled);
+  else
+    UnpackStrings(Bytes(string_ints), plain);
 
   int64_t pos = 0;
   if (irregular) {

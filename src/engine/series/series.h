@@ -121,6 +121,30 @@ SeriesStatus StoreIrregular(dss7::DssFile& file, const IrregularStore& request);
 SeriesStatus ReadIrregular(dss7::DssFile& file, std::string_view path, Instant first, Instant last,
                            SeriesRead* out, const ReadOptions& options = {});
 
+// One profile record: several depths per time step (types 102/107 regular, 112/117
+// irregular). Depths and values widen to double like series values.
+struct ProfileRead {
+  int32_t record_type = 0;
+  bool doubles = false;
+  std::vector<double> depths;
+  std::vector<Instant> times;  // one per stored time step
+  std::vector<double> values;  // all depths of times[0], then of times[1], ...
+  int32_t quality_size = 0;
+  std::vector<int32_t> quality;  // quality_size ints per time step
+  std::string depth_units;
+  std::string units;
+  std::string type;
+  std::string time_zone;
+  int32_t precision = -1;
+  int32_t offset_seconds = 0;  // regular
+  std::vector<int32_t> user_header;
+  double Value(size_t step, size_t depth) const { return values[step * depths.size() + depth]; }
+};
+
+// The profile record named by `path` (its D part names the block). kNotFound; kWrongType when
+// the record is not a profile; kDamaged when it fails the consistency checks.
+SeriesStatus ReadProfile(dss7::DssFile& file, std::string_view path, ProfileRead* out);
+
 // The whole block a pathname's D part names: its first standard time and slot count (regular),
 // or its first and last instants (irregular).
 SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* count);

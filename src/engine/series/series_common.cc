@@ -177,25 +177,24 @@ std::string SeriesPath::BlockPath(int32_t block) const {
   return p;
 }
 
-namespace {
+namespace internal {
 
 SeriesStatus BlockOfDPart(std::string_view path, bool irregular, SeriesPath* sp, int32_t* block) {
   const SeriesStatus s = ParseSeriesPath(path, irregular, sp);
   if (!s.ok()) return s;
   int32_t julian = 0;
   const std::string_view d = TrimBlanks(sp->parts[3]);
-  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0)
-    return internal::Fail(SeriesCode::kBadTime);
+  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0) return Fail(SeriesCode::kBadTime);
   *block = BlockStart(sp->interval->block, julian);
   return {};
 }
 
-}  // namespace
+}  // namespace internal
 
 SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* count) {
   SeriesPath sp;
   int32_t block = 0;
-  const SeriesStatus s = BlockOfDPart(path, false, &sp, &block);
+  const SeriesStatus s = internal::BlockOfDPart(path, false, &sp, &block);
   if (!s.ok()) return s;
   *start = FirstStandardTime(*sp.interval, block);
   *count = ValuesPerBlock(*sp.interval, block);
@@ -205,7 +204,7 @@ SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* 
 SeriesStatus IrregularBlockWindow(std::string_view path, Instant* first, Instant* last) {
   SeriesPath sp;
   int32_t block = 0;
-  const SeriesStatus s = BlockOfDPart(path, true, &sp, &block);
+  const SeriesStatus s = internal::BlockOfDPart(path, true, &sp, &block);
   if (!s.ok()) return s;
   *first = MakeInstant(block, 1);
   *last = MakeInstant(NextBlockStart(sp.interval->block, block), 0);
