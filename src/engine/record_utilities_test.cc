@@ -188,6 +188,21 @@ TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
   EXPECT_EQ(Copy(reader, table_, "/A/B/C///SRC/", "/A/B/C///FROM-READER/"), 0);
 }
 
+// HEC's copy takes the location record of the A and B parts along, to the new A and B parts.
+TEST_F(RecordUtilitiesTest, CopyCarriesTheLocationRecord) {
+  const std::string flow = "/A/B/FLOW/01Jan2001/1Hour/F/";
+  ASSERT_EQ(WriteRecord(table_, flow, 100, 4), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, "/A/B/Location Info////", 20, 12), dss7::Status::kOk);
+  Table other;
+  ASSERT_EQ(other.Open(folder_.File("other")), 0);
+  EXPECT_EQ(Copy(table_, other, flow, flow), 0);
+  EXPECT_EQ(DataType(other, "/A/B/Location Info////"), (TypeAnswer{1, 12, 20, "UND"}));
+  EXPECT_EQ(other.Ask("NREC"), "2");
+  EXPECT_EQ(Copy(table_, table_, flow, "/X/Y/FLOW/01Jan2001/1Hour/F/"), 0);
+  EXPECT_EQ(DataType(table_, "/X/Y/Location Info////"), (TypeAnswer{1, 12, 20, "UND"}));
+  EXPECT_EQ(table_.Ask("NREC"), "4");
+}
+
 TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {
   VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
   Table fixture;

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "engine/dss7/layout.h"
+#include "engine/fixed_text.h"
 #include "engine/paired/area_bytes.h"
 
 namespace varnock::engine::paired {
@@ -80,7 +81,7 @@ Status DecodePaired(const dss7::Record& record, PairedData* out, int file_versio
       std::vector<std::string> s = UnpackStrings(bytes, pd_header::kStringCount);
       if (file_version < kFirstVersionWithoutBlankPrefix) {
         for (size_t i = 0; i < kUnitsAndTypes; ++i)
-          s[i].erase(0, std::min(s[i].find_first_not_of(' '), s[i].size()));
+          s[i] = std::string(TrimBlanks(s[i]));
       }
       d.units_independent = std::move(s[0]);
       d.type_independent = std::move(s[1]);

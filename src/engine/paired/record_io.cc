@@ -62,6 +62,11 @@ Status ReadText(dss7::DssFile& file, std::string_view path, TextData* out, dss7:
   return ReadAndDecode(file, path, DecodeText, out, info);
 }
 
+Status ReadLocation(dss7::DssFile& file, std::string_view path, LocationData* out,
+                    dss7::InfoBlock* info) {
+  return ReadAndDecode(file, path, DecodeLocation, out, info);
+}
+
 Status WritePairedData(dss7::DssFile& file, std::string_view path, const PairedData& data,
                        WritePlan plan, std::string_view program) {
   return NoThrow([&]() -> Status {
