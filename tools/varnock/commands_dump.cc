@@ -39,8 +39,9 @@ void AppendNumber(std::string& out, double value, bool doubles) {
   out += text;
 }
 
-// The series lines of one block record, or nothing when it cannot be read as a series.
-bool SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& entry, std::string& out) {
+// The series lines of one block record; the read's status when it cannot be read as a series.
+series::SeriesStatus SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& entry,
+                                 std::string& out) {
   series::SeriesRead read;
   series::SeriesStatus status;
   if (IsRegular(entry.type)) {
@@ -53,7 +54,8 @@ bool SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& entry, std::stri
     status = series::IrregularBlockWindow(entry.path, &first, &last);
     if (status.ok()) status = series::ReadIrregular(file, entry.path, first, last, &read);
   }
-  if (!status.ok() || read.times.size() != read.values.size()) return false;
+  if (!status.ok()) return status;
+  if (read.times.size() != read.values.size()) return {series::SeriesCode::kDamaged};
   out += read.units.empty() ? "units\n" : "units " + read.units + "\n";
   out += read.type.empty() ? "type\n" : "type " + read.type + "\n";
   out += "count " + std::to_string(read.values.size()) + "\n";
@@ -64,24 +66,30 @@ bool SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& entry, std::stri
     AppendNumber(out, read.values[i], doubles);
     out += '\n';
   }
-  return true;
+  return {};
 }
 
-// The type-specific lines of one record; "unsupported" for kinds the dump does not render.
+// The type-specific lines of one record; "unsupported" for kinds the dump does not render, and
+// "error <status>" (the file layer's status number) for a record that cannot be read.
 std::string RecordLines(dss7::DssFile& file, const dss7::CatalogEntry& entry) {
   std::string lines;
+  dss7::Status failure = dss7::Status::kTypeMismatch;
   if (IsRegular(entry.type) || IsIrregular(entry.type)) {
-    if (SeriesLines(file, entry, lines)) return lines;
+    const series::SeriesStatus status = SeriesLines(file, entry, lines);
+    if (status.ok()) return lines;
+    failure = status.AsFileStatus();
   } else if (IsPaired(entry.type)) {
     paired::PairedData data;
-    if (dss7::Ok(paired::ReadPairedData(file, entry.path, &data)))
-      return paired::PairedDumpLines(data);
+    failure = paired::ReadPairedData(file, entry.path, &data);
+    if (dss7::Ok(failure)) return paired::PairedDumpLines(data);
   } else if (IsText(entry.type)) {
     paired::TextData data;
-    if (dss7::Ok(paired::ReadText(file, entry.path, &data)))
-      return paired::TextDumpLines(data, entry.type);
+    failure = paired::ReadText(file, entry.path, &data);
+    if (dss7::Ok(failure)) return paired::TextDumpLines(data, entry.type);
   }
-  return "unsupported\n";
+  // Records of another kind (profiles, patterns, location records, grids) are not rendered.
+  if (failure == dss7::Status::kTypeMismatch) return "unsupported\n";
+  return "error " + std::to_string(static_cast<int32_t>(failure)) + "\n";
 }
 
 }  // namespace
@@ -128,6 +136,16 @@ int RunDump(const std::vector<std::string>& raw) {
   const std::string dump = DumpFile(*file, pattern ? &*pattern : nullptr);
   if (std::fwrite(dump.data(), 1, dump.size(), stdout) != dump.size())
     throw Failure(kExitFailure, "cannot write the dump");
+  // Only a record that failed to read gives a line starting "error ": damage is never quiet.
+  size_t failed = 0;
+  for (size_t at = dump.find("\nerror "); at != std::string::npos;
+       at = dump.find("\nerror ", at + 1))
+    ++failed;
+  if (failed > 0) {
+    std::fprintf(stderr, "varnock dump: %zu record%s could not be read (see the error lines)\n",
+                 failed, failed == 1 ? "" : "s");
+    return kExitFailure;
+  }
   return kExitOk;
 }
 

@@ -48,7 +48,7 @@ std::vector<dss7::CatalogEntry> Matching(const std::vector<dss7::CatalogEntry>& 
 }
 
 std::string TypeName(int32_t type) {
-  return std::string(engine::RecordTypeName(type));
+  return std::string(engine::RecordKindName(type));
 }
 
 bool IsTimeSeries(int32_t type) {

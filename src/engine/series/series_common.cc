@@ -146,6 +146,24 @@ void NoteOffsets(std::string_view notes, int32_t count, std::vector<uint32_t>* o
 
 }  // namespace internal
 
+dss7::Status SeriesStatus::AsFileStatus() const {
+  switch (code) {
+    case SeriesCode::kOk:
+      return dss7::Status::kOk;
+    case SeriesCode::kNotFound:
+      return dss7::Status::kNotFound;
+    case SeriesCode::kWrongType:
+      return dss7::Status::kTypeMismatch;
+    case SeriesCode::kDamaged:
+    case SeriesCode::kIncompatible:
+      return dss7::Status::kDamaged;
+    case SeriesCode::kFile:
+      return file;
+    default:
+      return dss7::Status::kInvalidArgument;
+  }
+}
+
 SeriesStatus ParseSeriesPath(std::string_view path, bool irregular, SeriesPath* out) {
   path = TrimTrailingBlanks(path);
   PathnameParts parts;
