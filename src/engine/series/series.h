@@ -41,13 +41,11 @@ struct SeriesStatus {
   dss7::Status file = dss7::Status::kOk;
   bool ok() const { return code == SeriesCode::kOk; }
   bool operator==(SeriesCode c) const { return code == c; }
-  // A record of another kind (a pattern, a profile where a plain series was asked for, or the
-  // reverse): nothing is wrong with it, this read does not take it. Anything else that fails
-  // is a read that could not be made, damage included.
-  bool other_kind() const { return code == SeriesCode::kWrongType; }
   // The file layer's status for the failure, so that every read failure has one number:
-  // kDamaged for records that fail the consistency checks, kTypeMismatch for another kind,
-  // kNotFound, kInvalidArgument for requests that cannot be formed, or the file's own status.
+  // kTypeMismatch for a record of another kind (a pattern, a profile where a plain series was
+  // asked for, or the reverse: nothing is wrong with it, this read does not take it);
+  // kDamaged for records that fail the consistency checks; kNotFound; kInvalidArgument for
+  // requests that cannot be formed; or the file's own status.
   dss7::Status AsFileStatus() const;
 };
 
