@@ -82,7 +82,9 @@ TEST(GuessRecordTypeTest, FromThePathnameAlone) {
   const std::pair<const char*, int32_t> cases[] = {
       {"/A/B/FLOW/01JAN2001/1HOUR/F/", 100}, {"/A/B/FLOW/TS-PAT/1Day/F/", 101},
       {"/A/B/FLOW/01JAN2001/IR-MONTH/F/", 110}, {"/A/B/FLOW/ts-x/IR-DAY/F/", 111},
-      {"/A/B/FLOW-STAGE///F/", 0}, {"/A/B/C/D/1MINUTE/F/", 100}, {"no pathname", 0}};
+      {"/A/B/FLOW-STAGE///F/", 0}, {"/A/B/C/D/1MINUTE/F/", 100}, {"no pathname", 0},
+      {"/A/B/FLOW/01JAN2001/~1DAY/F/", 110}, {"/A/B/FLOW//~15Minute/F/", 110},
+      {"/A/B/FLOW//~IR-DAY/F/", 0}};
   // clang-format on
   for (auto [path, type] : cases)
     EXPECT_EQ(GuessRecordType(path), type) << path;
