@@ -20,9 +20,6 @@ namespace {
 bool IsRegular(int32_t type) {
   return type >= 100 && type < 110;
 }
-bool IsIrregular(int32_t type) {
-  return type >= 110 && type < 120;
-}
 bool IsPaired(int32_t type) {
   return type >= 200 && type < 210;
 }
@@ -74,7 +71,7 @@ series::SeriesStatus SeriesLines(dss7::DssFile& file, const dss7::CatalogEntry& 
 std::string RecordLines(dss7::DssFile& file, const dss7::CatalogEntry& entry) {
   std::string lines;
   dss7::Status failure = dss7::Status::kTypeMismatch;
-  if (IsRegular(entry.type) || IsIrregular(entry.type)) {
+  if (series::IsPlainSeriesType(entry.type)) {
     const series::SeriesStatus status = SeriesLines(file, entry, lines);
     if (status.ok()) return lines;
     failure = status.AsFileStatus();

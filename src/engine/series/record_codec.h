@@ -48,6 +48,11 @@ inline constexpr int32_t kRegularFloat = 100;
 inline constexpr int32_t kRegularDouble = 105;
 inline constexpr int32_t kIrregularFloat = 110;
 inline constexpr int32_t kIrregularDouble = 115;
+// The record types the series reads take; patterns and profiles are other kinds.
+constexpr bool IsPlainSeriesType(int32_t type) {
+  return type == kRegularFloat || type == kRegularDouble || type == kIrregularFloat ||
+         type == kIrregularDouble;
+}
 inline constexpr int32_t kRegularProfileFloat = 102;
 inline constexpr int32_t kRegularProfileDouble = 107;
 inline constexpr int32_t kIrregularProfileFloat = 112;
