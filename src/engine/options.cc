@@ -239,20 +239,43 @@ LastRecordInfo CurrentLastRecordInfo() {
   return g_last_record;
 }
 
+namespace {
+
+struct TypeName {
+  int32_t type;
+  std::string_view name;
+};
+
+template <size_t N>
+std::string_view NameOf(const TypeName (&names)[N], int32_t type, std::string_view none) {
+  for (const TypeName& n : names) {
+    if (n.type == type) return n.name;
+  }
+  return none;
+}
+
+}  // namespace
+
 std::string_view RecordTypeName(int32_t type) {
-  struct Name {
-    int32_t type;
-    std::string_view name;
-  };
-  static constexpr Name kNames[] = {
+  static constexpr TypeName kNames[] = {
       {100, "RTS"}, {101, "RTP"}, {105, "RTD"}, {110, "ITS"}, {111, "ITP"}, {115, "ITD"},
       {200, "PD "}, {205, "PDD"}, {300, "TXT"}, {400, "GUT"}, {401, "GU "}, {410, "GHT"},
       {411, "GH "}, {420, "GAT"}, {421, "GA "}, {430, "GST"}, {431, "GS "},
   };
-  for (const Name& n : kNames) {
-    if (n.type == type) return n.name;
-  }
-  return "UND";
+  return NameOf(kNames, type, "UND");
+}
+
+std::string_view RecordKindName(int32_t type) {
+  // HEC defines "ITPA" for irregular patterns but its own query answers "UDF"; catalogs are
+  // clearer with the defined name.
+  static constexpr TypeName kNames[] = {
+      {20, "LOC"},   {90, "ARR"},   {100, "RTS"},   {101, "RTPA"}, {102, "RTPR"}, {105, "RTD"},
+      {107, "RTPD"}, {110, "ITS"},  {111, "ITPA"},  {112, "ITPR"}, {115, "ITD"},  {117, "ITPD"},
+      {200, "PD"},   {205, "PDD"},  {300, "TXT"},   {310, "TT"},   {400, "GUT"},  {401, "GU"},
+      {410, "GHT"},  {411, "GH"},   {420, "GAT"},   {421, "GA"},   {430, "GST"},  {431, "GS"},
+      {450, "TIN"},  {600, "FILE"}, {610, "IMAGE"},
+  };
+  return NameOf(kNames, type, "UDF");
 }
 
 void SetFileInquiryHook(FileInquiryHook hook) {

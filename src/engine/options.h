@@ -104,6 +104,10 @@ LastRecordInfo CurrentLastRecordInfo();
 // The 3-letter name of a record type code ("RTS", "PD ", ...), "UND" for unknown codes.
 std::string_view RecordTypeName(int32_t type);
 
+// The name HEC's DSS-7 library gives a record type in its catalogs ("RTS", "PD", "LOC",
+// "RTPR", "TT", ...); "UDF" for codes without one.
+std::string_view RecordKindName(int32_t type);
+
 // The answer to one inquiry. Text is blank-padded into the caller's field; number is given back
 // only when has_number is set.
 struct InquiryAnswer {

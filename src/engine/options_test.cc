@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "engine/heclib_abi.h"
 
@@ -136,6 +137,19 @@ bool FakeFileLayer(int32_t*, std::string_view keyword, std::string_view text_in,
     return false;
   }
   return true;
+}
+
+// ZDTYPE keeps HECLIB's 3-letter codes; catalogs name every kind as HEC's DSS-7 library does.
+TEST(RecordTypeNames, ClassicCodesAndCatalogNames) {
+  const std::tuple<int32_t, const char*, const char*> cases[] = {
+      {20, "UND", "LOC"},   {100, "RTS", "RTS"},  {102, "UND", "RTPR"}, {107, "UND", "RTPD"},
+      {112, "UND", "ITPR"}, {117, "UND", "ITPD"}, {200, "PD ", "PD"},   {310, "UND", "TT"},
+      {0, "UND", "UDF"},    {106, "UND", "UDF"},  {999, "UND", "UDF"},
+  };
+  for (const auto& [type, classic, catalog] : cases) {
+    EXPECT_EQ(RecordTypeName(type), classic) << type;
+    EXPECT_EQ(RecordKindName(type), catalog) << type;
+  }
 }
 
 TEST_F(OptionsTest, FileInquiriesGoToTheFileLayerOnlyWhileOpen) {

@@ -106,7 +106,9 @@ int32_t GuessRecordType(std::string_view path) {
   int32_t type = 0;
   if (e.size() >= 4 && RegularIntervalSeconds(e) > 0) {
     type = 100;
-  } else if (IrregularBlockRank(e) > 0) {
+  } else if (IrregularBlockRank(e) > 0 ||
+             (e.size() >= 5 && e[0] == '~' && RegularIntervalSeconds(e.substr(1)) > 0)) {
+    // "~1DAY": a pseudo-regular series, stored as irregular.
     type = 110;
   } else {
     return 0;

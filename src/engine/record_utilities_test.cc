@@ -82,7 +82,9 @@ TEST(GuessRecordTypeTest, FromThePathnameAlone) {
   const std::pair<const char*, int32_t> cases[] = {
       {"/A/B/FLOW/01JAN2001/1HOUR/F/", 100}, {"/A/B/FLOW/TS-PAT/1Day/F/", 101},
       {"/A/B/FLOW/01JAN2001/IR-MONTH/F/", 110}, {"/A/B/FLOW/ts-x/IR-DAY/F/", 111},
-      {"/A/B/FLOW-STAGE///F/", 0}, {"/A/B/C/D/1MINUTE/F/", 100}, {"no pathname", 0}};
+      {"/A/B/FLOW-STAGE///F/", 0}, {"/A/B/C/D/1MINUTE/F/", 100}, {"no pathname", 0},
+      {"/A/B/FLOW/01JAN2001/~1DAY/F/", 110}, {"/A/B/FLOW//~15Minute/F/", 110},
+      {"/A/B/FLOW//~IR-DAY/F/", 0}};
   // clang-format on
   for (auto [path, type] : cases)
     EXPECT_EQ(GuessRecordType(path), type) << path;
@@ -186,6 +188,21 @@ TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
   ASSERT_EQ(reader.Open(folder_.File("other")), 0);
   EXPECT_EQ(Copy(table_, reader, "/A/B/C///SRC/", "/A/B/C///Y/"), -12);
   EXPECT_EQ(Copy(reader, table_, "/A/B/C///SRC/", "/A/B/C///FROM-READER/"), 0);
+}
+
+// HEC's copy takes the location record of the A and B parts along, to the new A and B parts.
+TEST_F(RecordUtilitiesTest, CopyCarriesTheLocationRecord) {
+  const std::string flow = "/A/B/FLOW/01Jan2001/1Hour/F/";
+  ASSERT_EQ(WriteRecord(table_, flow, 100, 4), dss7::Status::kOk);
+  ASSERT_EQ(WriteRecord(table_, "/A/B/Location Info////", 20, 12), dss7::Status::kOk);
+  Table other;
+  ASSERT_EQ(other.Open(folder_.File("other")), 0);
+  EXPECT_EQ(Copy(table_, other, flow, flow), 0);
+  EXPECT_EQ(DataType(other, "/A/B/Location Info////"), (TypeAnswer{1, 12, 20, "UND"}));
+  EXPECT_EQ(other.Ask("NREC"), "2");
+  EXPECT_EQ(Copy(table_, table_, flow, "/X/Y/FLOW/01Jan2001/1Hour/F/"), 0);
+  EXPECT_EQ(DataType(table_, "/X/Y/Location Info////"), (TypeAnswer{1, 12, 20, "UND"}));
+  EXPECT_EQ(table_.Ask("NREC"), "4");
 }
 
 TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {

@@ -134,9 +134,14 @@ void AppendNumber(std::string& out, double value, bool doubles);
 std::vector<engine::dss7::CatalogEntry> MatchingRecords(engine::dss7::DssFile& file, bool sorted,
                                                         const std::vector<PathPattern>& patterns,
                                                         const engine::dss7::CatalogFilter& filter);
+// What a dump covered: the records the patterns matched and those that could not be read.
+struct DumpCounts {
+  size_t matched = 0;
+  size_t failed = 0;
+};
 // The canonical dump of a file; with patterns, only the records they match.
 std::string DumpFile(engine::dss7::DssFile& file, const std::vector<PathPattern>& patterns,
-                     size_t* matched);
+                     DumpCounts* counts);
 
 // Commands.
 int RunInfo(const std::vector<std::string>& args);

@@ -25,7 +25,7 @@ std::string WallClockTime(int64_t milliseconds) {
 }
 
 std::string TypeName(int32_t type) {
-  return std::string(engine::RecordTypeName(type));
+  return std::string(engine::RecordKindName(type));
 }
 
 // One line per series: blocks that differ only in their D part fold into one date range, on

@@ -1,7 +1,13 @@
 // Runs the varnock tool itself and checks its output, messages and exit codes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <fstream>
+#include <iterator>
+#include <sstream>
+#include <vector>
 
 #include "tests/support/dump_reader.h"
 #include "tests/support/fixture_path.h"
@@ -296,6 +302,71 @@ TEST(VarnockToolTest, ProgressCoversReadingAndEndsItsLine) {
       RunTool("import " + dss + " " + Quoted(folder.File("in.csv")), folder, "VARNOCK_PROGRESS=0")
           .err.find('\r'),
       std::string::npos);
+}
+
+// Overwrites int `index` of the internal header of the live record `path` in a DSS-7 file, as
+// damage would: finds its info block (flag -97534, status 1, the path) and the header's address.
+bool DamageInternalHeader(const std::string& file, const std::string& path, int index,
+                          int32_t value) {
+  std::fstream f(file, std::ios::in | std::ios::out | std::ios::binary);
+  std::vector<char> bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+  auto word = [&](size_t w) {
+    int64_t v = 0;
+    std::memcpy(&v, bytes.data() + 8 * w, 8);
+    return v;
+  };
+  for (size_t w = 0; 8 * (w + 30) + path.size() <= bytes.size(); ++w) {
+    if (word(w) != -97534 || word(w + 1) != 1 || word(w + 2) != static_cast<int64_t>(path.size()) ||
+        std::memcmp(bytes.data() + 8 * (w + 30), path.data(), path.size()) != 0)
+      continue;
+    f.clear();
+    f.seekp(word(w + 13) * 8 + 4 * index);
+    f.write(reinterpret_cast<const char*>(&value), sizeof value);
+    return static_cast<bool>(f);
+  }
+  return false;
+}
+
+// A record that cannot be read shows as "error <status>" and the dump fails; records of kinds
+// the dump does not render stay "unsupported".
+TEST(VarnockToolTest, DumpShowsDamageAndFails) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string file = folder.CopyIn(source, "fixture7.dss");
+  const std::string flow = "/FIXTURES/HOURLY/FLOW/01Feb2021/1Hour/F77-ZSRTS/";
+  ASSERT_TRUE(DamageInternalHeader(file, flow, 7, 3));  // value size 3: no such series
+  const Outcome damaged = RunTool("dump " + Quoted(file), folder);
+  EXPECT_EQ(damaged.exit_code, 3);
+  EXPECT_NE(damaged.out.find("record " + flow + "\nrectype 100\nerror 10\nend\n"),
+            std::string::npos);
+  EXPECT_EQ(damaged.out.substr(damaged.out.size() - 4), "END\n");
+  EXPECT_NE(damaged.err.find("1 record could not be read"), std::string::npos);
+  const Outcome others = RunTool("dump " + Quoted(file) + " '/FIXTURES/DAILY/*/*/*/*/'", folder);
+  EXPECT_EQ(others.exit_code, 0);
+
+  VARNOCK_REQUIRE_FIXTURE(missouri, "MoRiverObs7.dss");
+  const std::string location = "/MISSOURI RIVER/BOONVILLE, MO/Location Info////";
+  const Outcome unsupported = RunTool("dump " + Quoted(missouri) + " " + Quoted(location), folder);
+  EXPECT_EQ(unsupported.exit_code, 0);
+  EXPECT_NE(unsupported.out.find("rectype 20\nunsupported\nend\n"), std::string::npos);
+}
+
+// Location records are listed as such, and a copied series takes its location record along.
+TEST(VarnockToolTest, LocationRecordsListedAndCopied) {
+  VARNOCK_REQUIRE_FIXTURE(missouri, "MoRiverObs7.dss");
+  TempFolder folder;
+  const std::string location = "/MISSOURI RIVER/BOONVILLE, MO/Location Info////";
+  const Outcome catalog = RunTool("catalog " + Quoted(missouri), folder);
+  EXPECT_NE(catalog.out.find("LOC  " + location + "\n"), std::string::npos);
+  const std::string copy = Quoted(folder.File("copy.dss"));
+  ASSERT_EQ(RunTool("copy " + Quoted(missouri) + " " + copy +
+                        " '/MISSOURI RIVER/BOONVILLE, MO/FLOW/01Oct2007/15Minute/USGS/'",
+                    folder)
+                .exit_code,
+            0);
+  const Outcome copied = RunTool("catalog " + copy, folder);
+  EXPECT_EQ(CountLines(copied.out), 2);
+  EXPECT_NE(copied.out.find("LOC  " + location + "\n"), std::string::npos);
 }
 
 }  // namespace

@@ -103,6 +103,12 @@ struct CatalogFilter {
   int64_t changed_since_ms = 0;  // entries written at or after this time; 0 = all
 };
 
+// Type code of the location records HEC keeps beside data records (coordinates, datums).
+inline constexpr int32_t kLocationType = 20;
+
+// "/A/B/Location Info////" for a pathname "/A/B/C/D/E/F/"; empty for anything else.
+std::string LocationRecordPath(std::string_view path);
+
 class DssFile {
  public:
   static Status Open(const std::string& path, const FileOptions& options,
@@ -147,7 +153,9 @@ class DssFile {
   Status Delete(std::string_view path);
   Status Undelete(std::string_view path);  // kExists if a live record has the path
   Status Rename(std::string_view old_path, std::string_view new_path);
-  // Copies a record as its info block and six areas; `target` may be this file.
+  // Copies a record as its info block and six areas; `target` may be this file. The location
+  // record of the path's A and B parts, when there is one, is copied to the target path's A
+  // and B parts as well (unless the target already holds the same).
   Status Copy(std::string_view path, DssFile& target, std::string_view target_path);
 
   Status Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter = {});
@@ -177,6 +185,7 @@ class DssFile {
   Status ReadAreas(const InfoBlock& info, Record* out);
   Status DoWrite(std::string_view path, const RecordData& data, Mode mode, const CopyMeta* meta);
   Status DoRename(std::string_view old_path, std::string_view new_path);
+  Status CopyRead(const Record& rec, DssFile& target, std::string_view target_path);
   Status TakeReadSlot();
   Status BeginWrite();
   Status EndWrite(Status status);

@@ -5,6 +5,7 @@
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/dss_file_internal.h"
 #include "engine/dss7/hash.h"
+#include "engine/fixed_text.h"
 
 namespace varnock::engine::dss7 {
 namespace {
@@ -422,34 +423,63 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
   }));
 }
 
+Status DssFile::CopyRead(const Record& rec, DssFile& target, std::string_view target_path) {
+  RecordData d;
+  d.type = rec.info.type;
+  for (int a = 0; a < kAreaCount; ++a)
+    d.areas[a] = rec.areas[a];
+  d.allocated = rec.info.allocated;
+  d.data_count = rec.info.data_count;
+  d.logical_count = rec.info.logical_count;
+  d.first = rec.info.first;
+  d.last = rec.info.last;
+  CopyMeta meta;
+  meta.source = &rec.info;
+  meta.expansions = rec.info.expansions;
+  if (rec.info.type >= 100 && rec.info.type < 120 && rec.info.expansions > 0) {
+    // A series that grew but is not current gets its space cut back to its data.
+    const int64_t today = target.Now() / kMillisPerDay + kJulianOf1970;
+    if (today < rec.info.first.julian || today > rec.info.last.julian) {
+      d.allocated = 0;
+      meta.expansions = 0;
+    }
+  }
+  return target.DoWrite(target_path, d, Mode::kEither, &meta);
+}
+
 Status DssFile::Copy(std::string_view path, DssFile& target, std::string_view target_path) {
   if (!open_ || !target.open_) return Status::kNotOpen;
   return NoThrow([&]() -> Status {
     Record rec;
     Status s = ReadRecord(path, &rec);
     if (s != Status::kOk) return s;
-    RecordData d;
-    d.type = rec.info.type;
-    for (int a = 0; a < kAreaCount; ++a)
-      d.areas[a] = rec.areas[a];
-    d.allocated = rec.info.allocated;
-    d.data_count = rec.info.data_count;
-    d.logical_count = rec.info.logical_count;
-    d.first = rec.info.first;
-    d.last = rec.info.last;
-    CopyMeta meta;
-    meta.source = &rec.info;
-    meta.expansions = rec.info.expansions;
-    if (rec.info.type >= 100 && rec.info.type < 120 && rec.info.expansions > 0) {
-      // A series that grew but is not current gets its space cut back to its data.
-      const int64_t today = target.Now() / kMillisPerDay + kJulianOf1970;
-      if (today < rec.info.first.julian || today > rec.info.last.julian) {
-        d.allocated = 0;
-        meta.expansions = 0;
-      }
-    }
-    return target.DoWrite(target_path, d, Mode::kEither, &meta);
+    s = CopyRead(rec, target, target_path);
+    if (s != Status::kOk || rec.info.type == kLocationType) return s;
+    // The location record of the path's A and B parts goes along, as HEC copies it.
+    const std::string from = LocationRecordPath(path);
+    const std::string to = LocationRecordPath(target_path);
+    if (from.empty() || to.empty() || (&target == this && EqualIgnoringCase(from, to)))
+      return Status::kOk;
+    Record location;
+    s = ReadRecord(from, &location);
+    if (s == Status::kNotFound) return Status::kOk;
+    if (s != Status::kOk) return s;
+    Record there;
+    if (target.ReadRecord(to, &there) == Status::kOk && there.info.type == location.info.type &&
+        there.areas == location.areas)
+      return Status::kOk;
+    return CopyRead(location, target, to);
   });
+}
+
+std::string LocationRecordPath(std::string_view path) {
+  // "/A/B/...": the A and B parts lie between the first three slashes.
+  if (path.empty() || path.front() != '/') return {};
+  const size_t a_end = path.find('/', 1);
+  if (a_end == std::string_view::npos) return {};
+  const size_t b_end = path.find('/', a_end + 1);
+  if (b_end == std::string_view::npos || std::count(path.begin(), path.end(), '/') != 7) return {};
+  return std::string(path.substr(0, b_end + 1)) + "Location Info////";
 }
 
 }  // namespace varnock::engine::dss7

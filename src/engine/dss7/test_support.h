@@ -10,6 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -50,6 +51,21 @@ inline std::unique_ptr<DssFile> CreateMemory(std::shared_ptr<MemoryFileIO::Stora
   *status =
       DssFile::CreateIO(std::make_unique<MemoryFileIO>(std::move(storage)), create, options, &file);
   return file;
+}
+
+// A new memory file whose header claims `version` ("7-FW"), so readers pick that version's
+// layouts. Null when it cannot be made.
+inline std::unique_ptr<DssFile> CreateMemoryWithVersion(std::string_view version) {
+  if (version.size() != 4) return nullptr;
+  auto storage = MemoryFileIO::NewStorage();
+  Status st;
+  if (auto created = CreateMemory(storage, {}, &st);
+      st != Status::kOk || created->Close() != Status::kOk)
+    return nullptr;
+  for (size_t i = 0; i < 4; ++i)
+    storage->bytes[kVersionByte + i] = static_cast<std::byte>(version[i]);
+  auto file = OpenMemory(storage, &st);
+  return st == Status::kOk ? std::move(file) : nullptr;
 }
 
 // (pathname, rectype) pairs of a canonical dump, in the dump's order; gzip'd dumps via zcat.

@@ -1,10 +1,14 @@
 // Text layouts HEC is known to write, and the codecs' refusal of damaged counts.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstring>
 #include <functional>
 
+#include "engine/dss7/test_support.h"
 #include "engine/paired/dump_lines.h"
 #include "engine/paired/paired_codec.h"
+#include "engine/paired/record_io.h"
 #include "engine/paired/text_codec.h"
 
 namespace varnock::engine::paired {
@@ -47,6 +51,52 @@ TEST(PairedCodec, TextLayoutsMatchHecsConfirmedRecords) {
   EXPECT_EQ(TextDumpLines(back, e.type).substr(0, want.size()), want);
   EXPECT_EQ(back.Cell(1, 0), "r2c1");
   EXPECT_EQ(back.column_labels, text.column_labels);
+}
+
+// The oldest DSS-7 libraries (7-F and before) wrote units and types behind a blank, unpadded
+// from int 5; HEC's reading shows them without it. Files from 7-G on keep strings as stored.
+TEST(PairedCodec, OldLibrariesUnitsAndTypesLoseTheirLeadingBlank) {
+  PairedData d;
+  d.ordinates = {1, 2};
+  d.curve_count = 1;
+  d.values = {10, 20};
+  EncodedRecord e;
+  ASSERT_EQ(EncodePaired(d, &e), Status::kOk);
+  auto& header = e.areas[dss7::kInternalHeader];
+  header.resize(pd_header::kFiller);
+  const std::string old_strings = " FEET\0 UNT\0 CFS\0 LOG\0\0\0\0"s;  // 24 bytes
+  header.resize(pd_header::kFiller + old_strings.size() / 4);
+  std::memcpy(header.data() + pd_header::kFiller, old_strings.data(), old_strings.size());
+  struct Case {
+    const char* version;
+    int full;
+    std::array<const char*, 4> strings;
+  };
+  const Case cases[] = {
+      {"7-EB", 70502, {"FEET", "UNT", "CFS", "LOG"}},
+      {"7-FW", 70623, {"FEET", "UNT", "CFS", "LOG"}},
+      {"7-GA", 70701, {" FEET", " UNT", " CFS", " LOG"}},
+      {"7-JA", 71001, {" FEET", " UNT", " CFS", " LOG"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.version);
+    // Through the codec with the file's version, and through a file that carries it.
+    PairedData direct;
+    ASSERT_EQ(DecodePaired(AsRecord(e), &direct, c.full), Status::kOk);
+    auto file = dss7::testing::CreateMemoryWithVersion(c.version);
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(file->version().full, c.full);
+    ASSERT_EQ(file->Store("/A/B/STAGE-FLOW///OLD/", e.View()), Status::kOk);
+    PairedData read;
+    ASSERT_EQ(ReadPairedData(*file, "/A/B/STAGE-FLOW///OLD/", &read), Status::kOk);
+    for (const PairedData* got : {&direct, &read}) {
+      EXPECT_EQ(got->units_independent, c.strings[0]);
+      EXPECT_EQ(got->type_independent, c.strings[1]);
+      EXPECT_EQ(got->units_dependent, c.strings[2]);
+      EXPECT_EQ(got->type_dependent, c.strings[3]);
+      EXPECT_EQ(got->values, d.values);
+    }
+  }
 }
 
 TEST(PairedCodec, DamagedCountsGiveStatuses) {

@@ -1,9 +1,11 @@
 #include "engine/paired/paired_codec.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
 #include "engine/dss7/layout.h"
+#include "engine/fixed_text.h"
 #include "engine/paired/area_bytes.h"
 
 namespace varnock::engine::paired {
@@ -27,6 +29,9 @@ void AppendValue(double v, bool doubles, std::vector<int32_t>* out) {
   }
 }
 
+// The strings before the time zone: units and type of each axis.
+constexpr size_t kUnitsAndTypes = 4;
+
 // Words are whole on disk, and HEC sizes the label area in whole words.
 size_t LabelAreaInts(size_t bytes) {
   return 2 * ((bytes + 7) / 8);
@@ -34,7 +39,7 @@ size_t LabelAreaInts(size_t bytes) {
 
 }  // namespace
 
-Status DecodePaired(const dss7::Record& record, PairedData* out) {
+Status DecodePaired(const dss7::Record& record, PairedData* out, int file_version) {
   return NoThrow([&]() -> Status {
     const int32_t type = record.info.type;
     if (!IsPairedType(type)) return Status::kTypeMismatch;
@@ -74,6 +79,10 @@ Status DecodePaired(const dss7::Record& record, PairedData* out) {
       const std::string bytes =
           AreaBytes(header.subspan(std::min(first, header.size())), pd_header::kMaxStringBytes);
       std::vector<std::string> s = UnpackStrings(bytes, pd_header::kStringCount);
+      if (file_version < kFirstVersionWithoutBlankPrefix) {
+        for (size_t i = 0; i < kUnitsAndTypes; ++i)
+          s[i] = std::string(TrimBlanks(s[i]));
+      }
       d.units_independent = std::move(s[0]);
       d.type_independent = std::move(s[1]);
       d.units_dependent = std::move(s[2]);

@@ -37,10 +37,17 @@ struct PairedData {
   double Value(size_t curve, size_t row) const { return values[curve * rows() + row]; }
 };
 
+// Files created by DSS-7 libraries up to 7-F (below "7-GA") hold paired-data units and types
+// with a leading blank that HEC's reading strips.
+inline constexpr int kFirstVersionWithoutBlankPrefix = 70701;
+
 // kOk; kTypeMismatch when the record is not paired data (type outside 200..299); kDamaged
 // when its counts do not fit its areas. Type 205 and up hold doubles. Float values are
-// widened exactly. Older records (strings at int 5, unpadded) read as HEC reads them.
-dss7::Status DecodePaired(const dss7::Record& record, PairedData* out);
+// widened exactly. Older records (strings at int 5, unpadded; leading blanks in files older
+// than `kFirstVersionWithoutBlankPrefix`) read as HEC reads them. `file_version` is the full
+// version number of the file the record comes from.
+dss7::Status DecodePaired(const dss7::Record& record, PairedData* out,
+                          int file_version = kFirstVersionWithoutBlankPrefix);
 
 // kOk, or kInvalidArgument when the data are inconsistent: no rows or curves, a values count
 // other than rows * curves, labels neither none nor one per curve, an area above the file's

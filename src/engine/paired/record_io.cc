@@ -51,11 +51,20 @@ Status WriteEncoded(dss7::DssFile& file, std::string_view path, const EncodedRec
 
 Status ReadPairedData(dss7::DssFile& file, std::string_view path, PairedData* out,
                       dss7::InfoBlock* info) {
-  return ReadAndDecode(file, path, DecodePaired, out, info);
+  const int version = file.version().full;
+  auto decode = [version](const dss7::Record& record, PairedData* data) {
+    return DecodePaired(record, data, version);
+  };
+  return ReadAndDecode(file, path, decode, out, info);
 }
 
 Status ReadText(dss7::DssFile& file, std::string_view path, TextData* out, dss7::InfoBlock* info) {
   return ReadAndDecode(file, path, DecodeText, out, info);
+}
+
+Status ReadLocation(dss7::DssFile& file, std::string_view path, LocationData* out,
+                    dss7::InfoBlock* info) {
+  return ReadAndDecode(file, path, DecodeLocation, out, info);
 }
 
 Status WritePairedData(dss7::DssFile& file, std::string_view path, const PairedData& data,

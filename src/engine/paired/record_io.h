@@ -1,4 +1,5 @@
-// Reading and writing paired-data and text records in an open DSS-7 file.
+// Reading and writing paired-data and text records, and reading location records, in an open
+// DSS-7 file.
 //
 // Reads return kOk; kNotFound when no record has the path; kTypeMismatch when the record is of
 // another kind; kDamaged when its contents do not decode; or the file layer's status.
@@ -12,6 +13,7 @@
 #include <string_view>
 
 #include "engine/dss7/dss_file.h"
+#include "engine/paired/location_codec.h"
 #include "engine/paired/paired_codec.h"
 #include "engine/paired/text_codec.h"
 
@@ -25,6 +27,9 @@ dss7::Status ReadPairedData(dss7::DssFile& file, std::string_view path, PairedDa
                             dss7::InfoBlock* info = nullptr);
 dss7::Status ReadText(dss7::DssFile& file, std::string_view path, TextData* out,
                       dss7::InfoBlock* info = nullptr);
+// The location record itself ("/A/B/Location Info////", see dss7::LocationRecordPath).
+dss7::Status ReadLocation(dss7::DssFile& file, std::string_view path, LocationData* out,
+                          dss7::InfoBlock* info = nullptr);
 
 // The whole record is replaced. A paired-data record of the other precision (or a text
 // record of the other text type) is replaced too: HEC deletes it and writes a new one, we

@@ -1,5 +1,6 @@
-// Every position inside the data areas of paired-data records (types 200 / 205) and text
-// records (300 / 310). The codecs name these and never spell an int index themselves.
+// Every position inside the data areas of paired-data records (types 200 / 205), text
+// records (300 / 310) and location records (20). The codecs name these and never spell an int index
+// themselves.
 #ifndef VARNOCK_ENGINE_PAIRED_RECORD_LAYOUT_H_
 #define VARNOCK_ENGINE_PAIRED_RECORD_LAYOUT_H_
 
@@ -50,6 +51,19 @@ inline constexpr int kReserved = 5;
 inline constexpr int kInts = 6;
 inline constexpr int kMinInts = 5;
 }  // namespace text_header
+
+// Location records (type 20, path "/A/B/Location Info////"), values1 (ints): three doubles
+// x, y, z, then six codes, then the time-zone name's bytes. values2 = supplemental text.
+namespace location_values {
+inline constexpr int kCoordinates = 0;  // x, y, z: 2 ints each
+inline constexpr int kCoordinateSystem = 6;
+inline constexpr int kCoordinateId = 7;
+inline constexpr int kHorizontalUnits = 8;
+inline constexpr int kHorizontalDatum = 9;
+inline constexpr int kVerticalUnits = 10;
+inline constexpr int kVerticalDatum = 11;
+inline constexpr int kTimeZone = 12;
+}  // namespace location_values
 
 // Four blanks as one int, in either byte order.
 inline constexpr int32_t kBlankInt = 0x20202020;

@@ -9,11 +9,6 @@ namespace {
 
 using internal::Fail;
 
-// Stored times count seconds from the block start, minutes in century blocks.
-int64_t TimeUnit(const Interval& iv) {
-  return iv.block == BlockKind::kCentury ? 60 : 1;
-}
-
 // HEC's estimate of how many values a full block would hold; never below the count stored.
 int64_t LogicalCount(int32_t block, int32_t next_block, Instant first, Instant last,
                      int64_t count) {
@@ -54,7 +49,7 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, size_t a, size_t b,
   const IrregularStore& in = c.in;
   const int32_t next = NextBlockStart(iv.block, block);
   const Instant base = MakeInstant(block, 0);
-  const int64_t unit = TimeUnit(iv);
+  const int64_t unit = internal::StoredTimeUnit(iv);
   internal::Prepared p;
   p.path = c.path.BlockPath(block);
   SeriesBlock old;
@@ -197,7 +192,7 @@ SeriesStatus ReadIrregular(dss7::DssFile& file, std::string_view path_text, Inst
   if (first > last || !internal::InCalendar(first) || !internal::InCalendar(last))
     return Fail(SeriesCode::kBadTime);
   const Interval& iv = *path.interval;
-  const int64_t unit = TimeUnit(iv);
+  const int64_t unit = internal::StoredTimeUnit(iv);
   *out = SeriesRead();
   SeriesBlock b;
   std::vector<uint32_t> offsets;

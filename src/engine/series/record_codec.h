@@ -48,6 +48,15 @@ inline constexpr int32_t kRegularFloat = 100;
 inline constexpr int32_t kRegularDouble = 105;
 inline constexpr int32_t kIrregularFloat = 110;
 inline constexpr int32_t kIrregularDouble = 115;
+// The record types the series reads take; patterns and profiles are other kinds.
+constexpr bool IsPlainSeriesType(int32_t type) {
+  return type == kRegularFloat || type == kRegularDouble || type == kIrregularFloat ||
+         type == kIrregularDouble;
+}
+inline constexpr int32_t kRegularProfileFloat = 102;
+inline constexpr int32_t kRegularProfileDouble = 107;
+inline constexpr int32_t kIrregularProfileFloat = 112;
+inline constexpr int32_t kIrregularProfileDouble = 117;
 
 // HEC's "undefined": -FLT_MAX, and for doubles the same number widened (not -DBL_MAX).
 inline constexpr float kUndefinedFloat = -FLT_MAX;
@@ -75,14 +84,16 @@ struct SeriesBlock {
   int32_t first_position = 0;  // regular only
   int32_t last_position = 0;
   int32_t count = 0;
-  int32_t value_size = 1;
+  int32_t value_size = 1;  // ints a time step: element size, times the depths of a profile
   int32_t quality_size = 0;
   int32_t inote_size = 0;
   bool has_cnotes = false;
   std::string units;
   std::string type;
   std::string zone;
-  std::vector<int32_t> times;  // irregular: seconds (minutes for IR-Century) from block start
+  std::string depth_units;      // profiles
+  std::vector<int32_t> depths;  // profiles: the depths, as floats or doubles like the values
+  std::vector<int32_t> times;   // irregular: seconds (minutes for IR-Century) from block start
   std::vector<int32_t> values;
   std::vector<int32_t> quality;
   std::vector<int32_t> inotes;
@@ -112,9 +123,14 @@ inline void SetValueAt(std::span<int32_t> ints, int32_t value_size, size_t i, do
 
 enum class DecodeResult { kOk, kWrongType, kDamaged };
 
-// Checks and expands a record read from a file whose full version is `file_version`.
+// Checks and expands a record read from a file whose full version is `file_version`. Every
+// repeat-compression form HEC writes is expanded: bitmaps packed or one slot per compressed
+// section, an all-equal double counted as one value or as two ints, and records whose section
+// pads disagree with the file's version.
+// With `profile`, reads profile records (102/107, 112/117) instead of plain series; records of
+// the other kind, and patterns, are kWrongType.
 DecodeResult DecodeSeries(const dss7::Record& record, bool irregular, int file_version,
-                          SeriesBlock* out);
+                          SeriesBlock* out, bool profile = false);
 
 // Lays out the internal header and values1 (uncompressed) for a file of `file_version`.
 void EncodeSeries(const SeriesBlock& block, int file_version, std::vector<int32_t>* header,

@@ -41,6 +41,12 @@ struct SeriesStatus {
   dss7::Status file = dss7::Status::kOk;
   bool ok() const { return code == SeriesCode::kOk; }
   bool operator==(SeriesCode c) const { return code == c; }
+  // The file layer's status for the failure, so that every read failure has one number:
+  // kTypeMismatch for a record of another kind (a pattern, a profile where a plain series was
+  // asked for, or the reverse: nothing is wrong with it, this read does not take it);
+  // kDamaged for records that fail the consistency checks; kNotFound; kInvalidArgument for
+  // requests that cannot be formed; or the file's own status.
+  dss7::Status AsFileStatus() const;
 };
 
 // What a store writes besides times: n values and optional per-value quality and notes.
@@ -120,6 +126,30 @@ SeriesStatus StoreIrregular(dss7::DssFile& file, const IrregularStore& request);
 // Every value with first <= time <= last.
 SeriesStatus ReadIrregular(dss7::DssFile& file, std::string_view path, Instant first, Instant last,
                            SeriesRead* out, const ReadOptions& options = {});
+
+// One profile record: several depths per time step (types 102/107 regular, 112/117
+// irregular). Depths and values widen to double like series values.
+struct ProfileRead {
+  int32_t record_type = 0;
+  bool doubles = false;
+  std::vector<double> depths;
+  std::vector<Instant> times;  // one per stored time step
+  std::vector<double> values;  // all depths of times[0], then of times[1], ...
+  int32_t quality_size = 0;
+  std::vector<int32_t> quality;  // quality_size ints per time step
+  std::string depth_units;
+  std::string units;
+  std::string type;
+  std::string time_zone;
+  int32_t precision = -1;
+  int32_t offset_seconds = 0;  // regular
+  std::vector<int32_t> user_header;
+  double Value(size_t step, size_t depth) const { return values[step * depths.size() + depth]; }
+};
+
+// The profile record named by `path` (its D part names the block). kNotFound; kWrongType when
+// the record is not a profile; kDamaged when it fails the consistency checks.
+SeriesStatus ReadProfile(dss7::DssFile& file, std::string_view path, ProfileRead* out);
 
 // The whole block a pathname's D part names: its first standard time and slot count (regular),
 // or its first and last instants (irregular).

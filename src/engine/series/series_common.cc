@@ -146,6 +146,24 @@ void NoteOffsets(std::string_view notes, int32_t count, std::vector<uint32_t>* o
 
 }  // namespace internal
 
+dss7::Status SeriesStatus::AsFileStatus() const {
+  switch (code) {
+    case SeriesCode::kOk:
+      return dss7::Status::kOk;
+    case SeriesCode::kNotFound:
+      return dss7::Status::kNotFound;
+    case SeriesCode::kWrongType:
+      return dss7::Status::kTypeMismatch;
+    case SeriesCode::kDamaged:
+    case SeriesCode::kIncompatible:
+      return dss7::Status::kDamaged;
+    case SeriesCode::kFile:
+      return file;
+    default:
+      return dss7::Status::kInvalidArgument;
+  }
+}
+
 SeriesStatus ParseSeriesPath(std::string_view path, bool irregular, SeriesPath* out) {
   path = TrimTrailingBlanks(path);
   PathnameParts parts;
@@ -177,25 +195,24 @@ std::string SeriesPath::BlockPath(int32_t block) const {
   return p;
 }
 
-namespace {
+namespace internal {
 
 SeriesStatus BlockOfDPart(std::string_view path, bool irregular, SeriesPath* sp, int32_t* block) {
   const SeriesStatus s = ParseSeriesPath(path, irregular, sp);
   if (!s.ok()) return s;
   int32_t julian = 0;
   const std::string_view d = TrimBlanks(sp->parts[3]);
-  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0)
-    return internal::Fail(SeriesCode::kBadTime);
+  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0) return Fail(SeriesCode::kBadTime);
   *block = BlockStart(sp->interval->block, julian);
   return {};
 }
 
-}  // namespace
+}  // namespace internal
 
 SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* count) {
   SeriesPath sp;
   int32_t block = 0;
-  const SeriesStatus s = BlockOfDPart(path, false, &sp, &block);
+  const SeriesStatus s = internal::BlockOfDPart(path, false, &sp, &block);
   if (!s.ok()) return s;
   *start = FirstStandardTime(*sp.interval, block);
   *count = ValuesPerBlock(*sp.interval, block);
@@ -205,7 +222,7 @@ SeriesStatus RegularBlockWindow(std::string_view path, Instant* start, int32_t* 
 SeriesStatus IrregularBlockWindow(std::string_view path, Instant* first, Instant* last) {
   SeriesPath sp;
   int32_t block = 0;
-  const SeriesStatus s = BlockOfDPart(path, true, &sp, &block);
+  const SeriesStatus s = internal::BlockOfDPart(path, true, &sp, &block);
   if (!s.ok()) return s;
   *first = MakeInstant(block, 1);
   *last = MakeInstant(NextBlockStart(sp.interval->block, block), 0);

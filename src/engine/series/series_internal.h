@@ -27,6 +27,14 @@ SeriesStatus AdoptBlock(const SeriesBlock& b, size_t value_slots, size_t note_sl
 SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
                        SeriesBlock* out, bool* found);
 
+// The block a pathname's D part names, with the parsed path.
+SeriesStatus BlockOfDPart(std::string_view path, bool irregular, SeriesPath* sp, int32_t* block);
+
+// Seconds per stored time unit of irregular records: seconds, minutes in century blocks.
+inline int64_t StoredTimeUnit(const Interval& iv) {
+  return iv.block == BlockKind::kCentury ? 60 : 1;
+}
+
 // Sizes of quality and notes against n values; both note kinds together are refused.
 SeriesStatus CheckInput(const SeriesInput& in, size_t n);
 

@@ -2,6 +2,8 @@
 // promotion, and irregular merge and replace.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "engine/dates.h"
 #include "engine/dss7/test_support.h"
 #include "engine/series/series.h"
@@ -246,6 +248,74 @@ TEST_F(SeriesIrregularStore, DoublesWithCharacterNotesKeepHecLayout) {
   EXPECT_EQ(back.times, t);
   EXPECT_EQ(back.cnotes, std::string("a\0bb\0\0", 6));
   EXPECT_EQ(back.granularity, 1);
+}
+
+// Pseudo-regular E parts: irregular records in blocks chosen from the nominal interval.
+TEST_F(SeriesIrregularStore, PseudoRegularSeriesReadAndStore) {
+  // A double record as HEC writes it for "~1Day": a yearly block, times in seconds.
+  const std::vector<double> v = {1.5, 2.25, -3.125};
+  const std::vector<int32_t> times = {86400, 2 * 86400 + 3600, 40 * 86400};
+  std::vector<int32_t> header(18, 0);
+  header[0] = 60;
+  header[1] = -1;
+  header[6] = 6;  // values number: 3 doubles
+  header[7] = header[8] = 2;
+  header[17] = 0x20202020;
+  const std::string_view strings[] = {"ft", "INST-VAL", ""};
+  const std::string packed = PackStrings(strings);
+  header.resize(18 + packed.size() / 4);
+  std::memcpy(header.data() + 18, packed.data(), packed.size());
+  std::vector<int32_t> values1 = times;
+  values1.resize(3 + 6);
+  std::memcpy(values1.data() + 3, v.data(), v.size() * sizeof(double));
+  dss7::RecordData data;
+  data.type = kIrregularDouble;
+  data.areas[dss7::kInternalHeader] = header;
+  data.areas[dss7::kValues1] = values1;
+  data.data_count = 3;
+  const char* hec_path = "/A/B/ELEV/01Jan2020/~1Day/F/";
+  ASSERT_EQ(file_->Store(hec_path, data), dss7::Status::kOk);
+  Instant first = 0, last = 0;
+  ASSERT_TRUE(IrregularBlockWindow(hec_path, &first, &last).ok());
+  EXPECT_EQ(first, At(2020, 1, 1, 0) + 1);
+  EXPECT_EQ(last, At(2021, 1, 1, 0));
+  SeriesRead back;
+  ASSERT_TRUE(ReadIrregular(*file_, "/A/B/ELEV//~1DAY/F/", first, last, &back).ok());
+  EXPECT_EQ(back.values, v);
+  EXPECT_EQ(back.times,
+            (std::vector<Instant>{At(2020, 1, 2, 0), At(2020, 1, 3, 100), At(2020, 2, 10, 0)}));
+  EXPECT_EQ(back.units, "ft");
+
+  // Stores pick the block from the interval and keep the "~" spelling.
+  struct Case {
+    const char* path;
+    const char* block_path;
+    int32_t first_time;  // as stored: seconds, minutes in century blocks
+  };
+  const Case cases[] = {
+      {"/A/B/C//~15MIN/F/", "/A/B/C/05Mar2020/~15Minute/F/", 3600 + 900},
+      {"/A/B/C//~1Hour/F/", "/A/B/C/01Mar2020/~1Hour/F/", 4 * 86400 + 4500},
+      {"/A/B/C//~1Week/F/", "/A/B/C/01Jan2020/~1Week/F/", (31 + 29 + 4) * 86400 + 4500},
+      {"/A/B/C//~1MON/F/", "/A/B/C/01Jan2000/~1Month/F/", (7305 + 64) * 1440 + 75},
+  };
+  for (const Case& c : cases) {
+    IrregularStore r;
+    r.path = c.path;
+    const std::vector<Instant> t = {At(2020, 3, 5, 115), At(2020, 3, 5, 1800)};
+    const std::vector<double> two = {4.0, 5.0};
+    r.times = t;
+    r.values = two;
+    r.doubles = true;
+    ASSERT_TRUE(StoreIrregular(*file_, r).ok()) << c.path;
+    const dss7::Record rec = Raw(c.block_path);
+    EXPECT_EQ(rec.info.type, kIrregularDouble) << c.path;
+    ASSERT_FALSE(rec.areas[dss7::kValues1].empty()) << c.path;
+    EXPECT_EQ(rec.areas[dss7::kValues1][0], c.first_time) << c.path;
+    SeriesRead read;
+    ASSERT_TRUE(ReadIrregular(*file_, c.path, t[0], t[1], &read).ok()) << c.path;
+    EXPECT_EQ(read.values, two) << c.path;
+    EXPECT_EQ(read.times, t) << c.path;
+  }
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ constexpr int64_t kWeek = 7 * kDay;
 using C = IntervalClass;
 using B = BlockKind;
 
-// HEC's table order decides prefix matches ("1MIN" must not reach "1Month" first).
+// HEC's table order decides prefix matches ("1MIN" must not reach "1Month" first). The regular
+// intervals come first.
 constexpr std::array<Interval, 39> kIntervals = {{
     {"1Year", 31536000, C::kYear, B::kCentury, false},
     {"1Month", 2592000, C::kMonth, B::kDecade, false},
@@ -136,7 +137,47 @@ DaySecond SplitInstant(Instant t) {
   return {static_cast<int32_t>(day), static_cast<int32_t>(t - day * kDay)};
 }
 
+namespace {
+
+constexpr size_t kRegularCount = 34;  // the regular entries lead the table
+static_assert(!kIntervals[kRegularCount - 1].irregular && kIntervals[kRegularCount].irregular);
+
+// Pseudo-regular series ("~1Day"): irregular records whose block follows the nominal interval.
+BlockKind PseudoRegularBlock(int64_t seconds) {
+  if (seconds < 1800) return B::kDay;
+  if (seconds < 21600) return B::kMonth;
+  if (seconds < kWeek) return B::kYear;
+  if (seconds < 2592000) return B::kDecade;
+  return B::kCentury;
+}
+
+struct PseudoRegularTable {
+  std::array<std::string, kRegularCount> names;
+  std::array<Interval, kRegularCount> intervals;
+};
+
+const PseudoRegularTable& PseudoRegular() {
+  static const PseudoRegularTable table = [] {
+    PseudoRegularTable t;
+    for (size_t i = 0; i < kRegularCount; ++i) {
+      const Interval& regular = kIntervals[i];
+      t.names[i] = "~" + std::string(regular.name);
+      t.intervals[i] = {t.names[i], regular.seconds, regular.klass,
+                        PseudoRegularBlock(regular.seconds), true};
+    }
+    return t;
+  }();
+  return table;
+}
+
+}  // namespace
+
 const Interval* FindInterval(std::string_view e_part) {
+  if (!e_part.empty() && e_part.front() == '~') {
+    const Interval* regular = FindInterval(e_part.substr(1));
+    if (regular == nullptr || regular->irregular) return nullptr;
+    return &PseudoRegular().intervals[static_cast<size_t>(regular - kIntervals.data())];
+  }
   if (e_part.size() < 4) return nullptr;
   for (const Interval& iv : kIntervals) {
     const size_t n = std::min(e_part.size(), iv.name.size());

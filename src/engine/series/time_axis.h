@@ -39,7 +39,9 @@ struct Interval {
 };
 
 // HEC's recognition: case-insensitive, over min(input, entry) characters, in table order;
-// inputs shorter than 4 characters never match. Null when unknown.
+// inputs shorter than 4 characters never match. A leading "~" names the pseudo-regular series
+// of that interval ("~1Day", "~15MIN"): irregular, in blocks chosen from the nominal interval,
+// spelt "~" + HEC's name. Null when unknown.
 const Interval* FindInterval(std::string_view e_part);
 
 // First day of the block holding day `julian`, and of the block after it.

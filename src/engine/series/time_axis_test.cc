@@ -38,6 +38,36 @@ TEST(SeriesTimeAxis, RecognisesHecAndDss6Spellings) {
   EXPECT_EQ(Day(2020, 1, 1), 43830);
 }
 
+TEST(SeriesTimeAxis, PseudoRegularEPartsAreIrregularWithBlocksFromTheirInterval) {
+  struct Case {
+    const char* input;
+    const char* name;
+    BlockKind block;
+  };
+  const Case cases[] = {
+      {"~1Day", "~1Day", BlockKind::kYear},
+      {"~1DAY", "~1Day", BlockKind::kYear},
+      {"~15MIN", "~15Minute", BlockKind::kDay},
+      {"~20Minute", "~20Minute", BlockKind::kDay},
+      {"~30MIN", "~30Minute", BlockKind::kMonth},
+      {"~1hour", "~1Hour", BlockKind::kMonth},
+      {"~6HOUR", "~6Hour", BlockKind::kYear},
+      {"~1Week", "~1Week", BlockKind::kDecade},
+      {"~Semi-Month", "~Semi-Month", BlockKind::kDecade},
+      {"~1MON", "~1Month", BlockKind::kCentury},
+      {"~1Year", "~1Year", BlockKind::kCentury},
+      {"~1Second", "~1Second", BlockKind::kDay},
+  };
+  for (const Case& c : cases) {
+    const Interval& iv = Iv(c.input);
+    EXPECT_EQ(iv.name, c.name) << c.input;
+    EXPECT_TRUE(iv.irregular) << c.input;
+    EXPECT_EQ(iv.block, c.block) << c.input;
+  }
+  for (const char* bad : {"~", "~1Da", "~IR-Day", "~~1Day", "~2DAYS"})
+    EXPECT_EQ(FindInterval(bad), nullptr) << bad;
+}
+
 TEST(SeriesTimeAxis, BlocksAndValuesPerBlock) {
   EXPECT_EQ(ValuesPerBlock(Iv("1Hour"), Day(2020, 2, 1)), 696);
   EXPECT_EQ(ValuesPerBlock(Iv("15Minute"), Day(2021, 2, 1)), 2688);
