@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/dss6/reader.h"
 #include "engine/dss7/test_support.h"
 #include "tests/support/fixture_path.h"
 
@@ -121,10 +122,18 @@ void Exercise(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
   std::vector<container::CatalogItem> sorted;
   (void)file->SortedCatalog(&sorted);
   container::RecordAreas r;
-  for (const auto& c : catalog)
-    (void)file->ReadRecord(c.path, &r);
   for (const char* p : kProbePaths)
     (void)file->ReadRecord(p, &r);
+  // Every record through the record layer too.
+  const auto reader = MakeRecordReader(std::move(file));
+  for (const auto& c : catalog) {
+    series::SeriesRead series;
+    (void)reader->ReadSeriesBlock(c, &series);
+    paired::PairedData pd;
+    (void)reader->ReadPaired(c, &pd);
+    paired::TextData text;
+    (void)reader->ReadText(c, &text);
+  }
 }
 
 void PutWord(std::shared_ptr<dss7::MemoryFileIO::Storage> storage, int64_t address, int32_t v) {

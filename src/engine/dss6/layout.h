@@ -179,6 +179,9 @@ inline constexpr int32_t kPairedDouble = 205;
 inline constexpr int32_t kText = 300;
 }  // namespace type
 
+// The most slots a regular block has (15-minute data in a 31-day month).
+inline constexpr int64_t kMaxValuesPerBlock = 2976;
+
 // Missing values.
 inline constexpr float kMissing = -901.0f;
 inline constexpr float kNotInFile = -902.0f;

@@ -135,8 +135,7 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   const bool doubles = type == type::kRegularDouble;
   const bool quality = r.info.quality;
   const int64_t n = r.info.logical_count;
-  // The data hold at most 3 words per value, so a count beyond that is damage.
-  if (n <= 0 || n > static_cast<int64_t>(data.size()) * 32 + 32) return Status::kDamaged;
+  if (n <= 0 || n > kMaxValuesPerBlock) return Status::kDamaged;
   const auto count = static_cast<size_t>(n);
 
   std::vector<double> values(count);
