@@ -183,6 +183,55 @@ EntryScan DecodeBinEntry(std::span<const int32_t> bin, int32_t offset, BinEntry*
   return EntryScan::kEntry;
 }
 
+void EncodeBinEntry(const BinEntry& e, std::span<int32_t> out) {
+  const int32_t p = PathWords(e.path_bytes);
+  out[bin::kStatus] = e.status;
+  out[bin::kPathBytes] = e.path_bytes;
+  StoreChars(e.path, out.subspan(bin::kPath, static_cast<size_t>(p)));
+  const auto q = out.subspan(static_cast<size_t>(bin::kPath + p));
+  q[bin::kInfoAddress] = e.info_address;
+  q[bin::kUserHeaderWords] = e.user_header_words;
+  q[bin::kDataWords] = e.data_words;
+  q[bin::kLogicalCount] = e.logical_count;
+  q[bin::kType] = e.type;
+  StoreChars(e.tag, q.subspan(bin::kTag, 2));
+  q[bin::kHash] = e.hash;
+  q[bin::kPseudoInterval] = e.pseudo_interval;
+}
+
+void EncodeInfoBlock(const InfoBlock& b, std::span<int32_t> out) {
+  const int32_t p = PathWords(b.path_bytes);
+  out[info::kFlag] = kInfoFlag;
+  out[info::kStatus] = b.status;
+  out[info::kPathBytes] = b.path_bytes;
+  StoreChars(b.path, out.subspan(info::kPath, static_cast<size_t>(p)));
+  const auto q = out.subspan(static_cast<size_t>(info::kPath + p));
+  const auto chars = [&](int at, std::string_view text, size_t n) {
+    StoreChars(text.substr(0, n), q.subspan(at, 2), '\0');
+  };
+  q[info::kPassword] = 0;
+  q[info::kPassword + 1] = 0;
+  q[info::kDataAddress] = b.data_address;
+  q[info::kDataWords] = b.data_words;
+  q[info::kLogicalCount] = b.logical_count;
+  q[info::kVersion] = b.version;
+  chars(info::kProgram, b.program, info::kProgramChars);
+  chars(info::kDate, b.date, info::kDateChars);
+  chars(info::kTime, b.time, info::kTimeChars);
+  StoreChars(b.tag.substr(0, info::kTagChars), q.subspan(info::kTag, 2));
+  q[info::kType] = b.type;
+  q[info::kCompression] = b.compression;
+  q[info::kQualityFlag] = b.quality_flag;
+  q[info::kInternalHeaderAddress] = b.internal_header_address;
+  q[info::kInternalHeaderWords] = b.internal_header_words;
+  q[info::kCompressionHeaderAddress] = b.compression_header_address;
+  q[info::kCompressionHeaderWords] = b.compression_header_words;
+  q[info::kUserHeaderAddress] = b.user_header_address;
+  q[info::kUserHeaderWords] = b.user_header_words;
+  q[info::kPrecision] = b.precision;
+  q[info::kUnusedWords] = b.unused_words;
+}
+
 Status DecodeInfoBlock(std::span<const int32_t> words, InfoBlock* out) {
   if (words.size() < static_cast<size_t>(info::kPath)) return Status::kDamaged;
   if (words[info::kFlag] != kInfoFlag) return Status::kDamaged;

@@ -74,6 +74,12 @@ struct BinEntry {
 enum class EntryScan { kEntry, kEnd, kFull, kMalformed };
 // `bin` is one whole bin (127 words).
 EntryScan DecodeBinEntry(std::span<const int32_t> bin, int32_t offset, BinEntry* out);
+// Fills entry.Words() words.
+void EncodeBinEntry(const BinEntry& entry, std::span<int32_t> out);
+// HEC's fit rule: an entry of P path words may start at `offset` only if it ends by offset 123.
+constexpr bool EntryFits(int32_t offset, int32_t path_words) {
+  return offset + path_words + bin::kFitSlack <= kBinWords;
+}
 
 struct InfoBlock {
   int64_t address = 0;  // where it was read from (not stored)
@@ -105,6 +111,8 @@ struct InfoBlock {
 // Needs the whole block (28 + P words). kDamaged on a wrong flag, a path length outside
 // 1..392, or fewer words than the path needs.
 Status DecodeInfoBlock(std::span<const int32_t> words, InfoBlock* out);
+// Fills info.Words() words; program, date and time are cut or padded to their fields.
+void EncodeInfoBlock(const InfoBlock& info, std::span<int32_t> out);
 // Every area with a length lies within words 1..limit_words; lengths are not negative.
 Status CheckInfoAreas(const InfoBlock& info, int64_t limit_words);
 

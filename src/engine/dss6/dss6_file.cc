@@ -86,19 +86,31 @@ std::string ListedPath(const BinEntry& entry) {
 }
 
 Status Dss6File::Open(const std::string& path, std::unique_ptr<Dss6File>* out) {
-  std::unique_ptr<dss7::PosixFileIO> io;
-  const Status s = dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io);
-  if (s != Status::kOk) return s;
-  return OpenIO(std::move(io), out);
+  Options6 read_only;
+  read_only.read_only = true;
+  return Open(path, read_only, out);
 }
 
-Status Dss6File::OpenIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<Dss6File>* out) {
+Status Dss6File::Open(const std::string& path, const Options6& options,
+                      std::unique_ptr<Dss6File>* out) {
+  std::unique_ptr<dss7::PosixFileIO> io;
+  const auto mode = options.read_only ? dss7::PosixFileIO::Mode::kReadOnly
+                                      : dss7::PosixFileIO::Mode::kReadWriteOrReadOnly;
+  const Status s = dss7::PosixFileIO::Open(path, mode, &io);
+  if (s != Status::kOk) return s;
+  return OpenIO(std::move(io), options, out);
+}
+
+Status Dss6File::OpenIO(std::unique_ptr<dss7::FileIO> io, const Options6& options,
+                        std::unique_ptr<Dss6File>* out) {
   return NoThrow([&]() -> Status {
     out->reset();
     if (!io) return Status::kInvalidArgument;
-    std::unique_ptr<Dss6File> file(new Dss6File(std::move(io)));
+    std::unique_ptr<Dss6File> file(new Dss6File(std::move(io), options));
     const Status s = file->LoadHeader();
     if (s != Status::kOk) return s;
+    file->read_only_ = options.read_only || file->io_->ReadOnly() || file->crashed_writer_;
+    file->TakeReadSlot();
     *out = std::move(file);
     return Status::kOk;
   });
@@ -190,6 +202,7 @@ Status Dss6File::Find(std::string_view path, Found* out) {
         if (info.path != wanted) return Status::kPathMismatch;
         out->entry = std::move(e);
         out->info = std::move(info);
+        out->entry_address = bin_address + at;
         return Status::kOk;
       }
       bin_address = next_bin;
