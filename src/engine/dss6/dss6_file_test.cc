@@ -110,7 +110,29 @@ const char* const kProbePaths[] = {
     "/FIXTURES/GAGE/STAGE/01FEB2021/IR-MONTH/C-ZTSSTORE/",
 };
 
+void ExerciseWrites(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
+  std::unique_ptr<Dss6File> file;
+  if (Dss6File::OpenIO(std::make_unique<dss7::MemoryFileIO>(std::move(storage)), Options6{},
+                       &file) != Status::kOk) {
+    return;
+  }
+  const std::vector<int32_t> header = {5, 0, 0, 0, 0};
+  const std::vector<int32_t> data(300, 0x41414141);
+  RecordData6 d;
+  d.type = type::kText;
+  d.internal_header = header;
+  d.data = data;
+  (void)file->WriteNewRecord("/HOSTILE/NEW/X///Y/", d);
+  (void)file->Rewrite(kProbePaths[2], d);
+  (void)file->Delete(kProbePaths[0]);
+  (void)file->Undelete(kProbePaths[0]);
+  (void)file->Rename(kProbePaths[1], "/HOSTILE/RENAMED/X///LONGER-THAN-BEFORE/");
+  std::vector<container::CatalogItem> catalog;
+  (void)file->Catalog(&catalog);
+}
+
 void Exercise(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
+  ExerciseWrites(dss7::MemoryFileIO::CopyStorage(*storage));
   Status s;
   auto file = OpenStorage(storage, &s);
   if (s != Status::kOk) {
