@@ -123,45 +123,57 @@ int64_t ReportedMinutes(const Interval6& iv, int32_t block_start, int64_t k, int
   return t;
 }
 
-Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
+Status DecodeRegularSlots(const container::RecordAreas& r, std::vector<double>* values,
+                          std::vector<int32_t>* flags) {
   const int32_t type = r.info.type;
   if (type != type::kRegularFloat && type != type::kRegularDouble) return Status::kTypeMismatch;
-  const Words ih = Area(r, dss7::kInternalHeader);
   const Words data = Area(r, dss7::kValues1);
-  if (ih.size() < static_cast<size_t>(regular_header::kMinWords)) return Status::kDamaged;
-  const Interval6* iv = nullptr;
-  int32_t block = 0;
-  if (!BlockOf(r.info.path, &iv, &block)) return Status::kDamaged;
   const bool doubles = type == type::kRegularDouble;
   const bool quality = r.info.quality;
   const int64_t n = r.info.logical_count;
   if (n <= 0 || n > kMaxValuesPerBlock) return Status::kDamaged;
   const auto count = static_cast<size_t>(n);
-
-  std::vector<double> values(count);
-  std::vector<int32_t> flags;
+  values->assign(count, 0.0);
+  flags->clear();
   if (r.info.compression > 0) {
     if (doubles || quality) return Status::kDamaged;
     std::vector<float> floats(count);
     const Status s = Decompress(Area(r, dss7::kHeader2), data, floats);
     if (s != Status::kOk) return s;
-    std::copy(floats.begin(), floats.end(), values.begin());
-  } else {
-    const size_t per_value = (doubles ? 2 : 1) + (quality ? 1 : 0);
-    if (data.size() < count * per_value) return Status::kDamaged;
-    if (quality) flags.resize(count);
-    for (size_t i = 0; i < count; ++i) {
-      if (doubles) {
-        values[i] = DoubleOf(data[2 * i], data[2 * i + 1]);
-        if (quality) flags[i] = data[2 * count + i];  // doubles, then the flags
-      } else if (quality) {
-        values[i] = FloatOf(data[2 * i]);  // (value, flag) pairs
-        flags[i] = data[2 * i + 1];
-      } else {
-        values[i] = FloatOf(data[i]);
-      }
+    std::copy(floats.begin(), floats.end(), values->begin());
+    return Status::kOk;
+  }
+  const size_t per_value = (doubles ? 2 : 1) + (quality ? 1 : 0);
+  if (data.size() < count * per_value) return Status::kDamaged;
+  if (quality) flags->resize(count);
+  for (size_t i = 0; i < count; ++i) {
+    if (doubles) {
+      (*values)[i] = DoubleOf(data[2 * i], data[2 * i + 1]);
+      if (quality) (*flags)[i] = data[2 * count + i];  // doubles, then the flags
+    } else if (quality) {
+      (*values)[i] = FloatOf(data[2 * i]);  // (value, flag) pairs
+      (*flags)[i] = data[2 * i + 1];
+    } else {
+      (*values)[i] = FloatOf(data[i]);
     }
   }
+  return Status::kOk;
+}
+
+Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
+  const int32_t type = r.info.type;
+  if (type != type::kRegularFloat && type != type::kRegularDouble) return Status::kTypeMismatch;
+  const Words ih = Area(r, dss7::kInternalHeader);
+  if (ih.size() < static_cast<size_t>(regular_header::kMinWords)) return Status::kDamaged;
+  const Interval6* iv = nullptr;
+  int32_t block = 0;
+  if (!BlockOf(r.info.path, &iv, &block)) return Status::kDamaged;
+  const bool doubles = type == type::kRegularDouble;
+  std::vector<double> values;
+  std::vector<int32_t> flags;
+  const Status s = DecodeRegularSlots(r, &values, &flags);
+  if (s != Status::kOk) return s;
+  const size_t count = values.size();
   const size_t window =
       iv->minutes == kWeekMinutes ? std::min<size_t>(count, kWeeklyWindow) : count;
   values.resize(window);

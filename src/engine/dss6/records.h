@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/container/container.h"
 #include "engine/dss6/codec.h"
@@ -31,6 +32,9 @@ inline constexpr size_t kPairedTextBuffer = 100;
 // when counts, lengths, the D or E part disagree with the areas; kNotFound when every value of a
 // regular block is missing, as HEC's reader reports such a block.
 Status DecodeRegular(const container::RecordAreas& record, series::SeriesRead* out);
+// All slots of a regular block record (decompressed), and its quality flags when it has them.
+Status DecodeRegularSlots(const container::RecordAreas& record, std::vector<double>* values,
+                          std::vector<int32_t>* quality);
 Status DecodeIrregular(const container::RecordAreas& record, series::SeriesRead* out);
 // kNotFound when a units or type field holds NUL bytes (HEC's reader fails on those).
 Status DecodePaired(const container::RecordAreas& record, paired::PairedData* out);
