@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "engine/dates.h"
+#include "engine/dss6/records.h"
 #include "engine/dss7/test_support.h"
 #include "tests/support/fixture_path.h"
 
@@ -186,6 +188,222 @@ TEST(Dss6Store, FixtureRecordsMatchHecsWordForWord) {
       }
     }
   }
+}
+
+std::unique_ptr<Dss6File> NewFile() {
+  Options6 options;
+  options.clock = Noon;
+  std::unique_ptr<Dss6File> f;
+  EXPECT_EQ(
+      Dss6File::CreateIO(std::make_unique<dss7::MemoryFileIO>(dss7::MemoryFileIO::NewStorage()), 6,
+                         options, &f),
+      Status::kOk);
+  return f;
+}
+
+Minutes At(int y, int mo, int d, int minutes) {
+  int32_t j = 0;
+  YmdToJulian(y, mo, d, &j);
+  return int64_t{j} * 1440 + minutes;
+}
+
+// The stored slots of one regular block record.
+std::vector<double> Slots(Dss6File& f, const std::string& path, int32_t* type = nullptr) {
+  container::RecordAreas r;
+  if (f.ReadRecord(path, &r) != Status::kOk) return {};
+  if (type != nullptr) *type = r.info.type;
+  std::vector<double> values;
+  std::vector<int32_t> flags;
+  EXPECT_EQ(DecodeRegularSlots(r, &values, &flags), Status::kOk);
+  return values;
+}
+
+TEST(Dss6Store, RegularPlansMergeAsHecDoes) {
+  const std::string path = "/A/B/FLOW/01JAN2021/1DAY/F/";
+  struct Case {
+    int32_t plan;
+    std::vector<double> second;  // stored over {1, 2, -901, 4} from 01JAN
+    std::vector<double> want;
+  };
+  const Case cases[] = {
+      {0, {-901, 20, 30, 40}, {-901, 20, 30, 40}},
+      {1, {10, 20, 30, 40}, {1, 2, 30, 4}},  // only into missing slots
+      {2, {-901, 20, 30, 40}, {-901, 20, 30, 40}},
+      {4, {-901, 20, -901, 40}, {1, 20, -901, 40}},  // missing never replaces a value
+  };
+  const std::vector<double> first = {1, 2, -901, 4};
+  for (const auto& c : cases) {
+    auto f = NewFile();
+    RegularStore6 r;
+    r.path = "/a/b/flow//1day/f/";
+    r.start = At(2021, 1, 1, 1440);
+    r.values = first;
+    ASSERT_EQ(StoreRegular(*f, r), Status::kOk);
+    r.values = c.second;
+    r.plan = c.plan;
+    ASSERT_EQ(StoreRegular(*f, r), Status::kOk) << "plan " << c.plan;
+    const auto slots = Slots(*f, path);
+    ASSERT_EQ(slots.size(), 365u);
+    EXPECT_EQ(std::vector<double>(slots.begin(), slots.begin() + 4), c.want) << "plan " << c.plan;
+    EXPECT_EQ(slots[4], -901.0);
+  }
+  // Plan 3: an all-missing new block is not written; a block left all missing is deleted.
+  auto f = NewFile();
+  RegularStore6 r;
+  r.path = "/A/B/FLOW//1DAY/F/";
+  r.start = At(2021, 1, 1, 1440);
+  const std::vector<double> missing = {-901, -901};
+  r.values = missing;
+  r.plan = 3;
+  ASSERT_EQ(StoreRegular(*f, r), Status::kOk);
+  EXPECT_TRUE(Slots(*f, path).empty());
+  const std::vector<double> two = {5, 6};
+  r.values = two;
+  r.plan = 0;
+  ASSERT_EQ(StoreRegular(*f, r), Status::kOk);
+  r.values = missing;
+  r.plan = 3;
+  ASSERT_EQ(StoreRegular(*f, r), Status::kOk);
+  EXPECT_TRUE(Slots(*f, path).empty());
+}
+
+TEST(Dss6Store, RegularBlocksOffsetsAndPrecisionChanges) {
+  auto f = NewFile();
+  // Daily values at 08:00 across a year boundary: two whole-block records, offset 480.
+  std::vector<double> values(40);
+  for (size_t i = 0; i < values.size(); ++i)
+    values[i] = static_cast<double>(i);
+  RegularStore6 r;
+  r.path = "/A/B/TEMP//1DAY/OFFSET/";
+  r.start = At(2020, 12, 15, 480);
+  r.values = values;
+  ASSERT_EQ(StoreRegular(*f, r), Status::kOk);
+  const auto y2020 = Slots(*f, "/A/B/TEMP/01JAN2020/1DAY/OFFSET/");
+  const auto y2021 = Slots(*f, "/A/B/TEMP/01JAN2021/1DAY/OFFSET/");
+  ASSERT_EQ(y2020.size(), 366u);
+  ASSERT_EQ(y2021.size(), 365u);
+  EXPECT_EQ(y2020[348], -901.0);
+  EXPECT_EQ(y2020[349], 0.0);
+  EXPECT_EQ(y2021[22], 39.0);
+  EXPECT_EQ(y2021[23], -901.0);
+  container::RecordAreas rec;
+  ASSERT_EQ(f->ReadRecord("/A/B/TEMP/01JAN2021/1DAY/OFFSET/", &rec), Status::kOk);
+  EXPECT_EQ(rec.areas[dss7::kInternalHeader][regular_header::kOffsetMinutes], 480);
+
+  // Doubles into a float record make it a double record; floats into it keep it one.
+  RegularStore6 d;
+  d.path = "/A/B/ELEV//6HOUR/X/";
+  d.start = At(2021, 6, 1, 360);
+  const std::vector<double> v1 = {1.25, 2.5};
+  d.values = v1;
+  ASSERT_EQ(StoreRegular(*f, d), Status::kOk);
+  d.doubles = true;
+  const std::vector<double> v2 = {0.1};
+  d.values = v2;
+  ASSERT_EQ(StoreRegular(*f, d), Status::kOk);
+  int32_t type = 0;
+  auto slots = Slots(*f, "/A/B/ELEV/01JUN2021/6HOUR/X/", &type);
+  EXPECT_EQ(type, 105);
+  EXPECT_EQ(slots[0], 0.1);
+  EXPECT_EQ(slots[1], 2.5);
+  d.doubles = false;
+  ASSERT_EQ(StoreRegular(*f, d), Status::kOk);
+  Slots(*f, "/A/B/ELEV/01JUN2021/6HOUR/X/", &type);
+  EXPECT_EQ(type, 105);
+  // Quality into a double record without quality is refused, as HEC refuses it.
+  const std::vector<int32_t> flags = {3};
+  d.quality = flags;
+  EXPECT_EQ(StoreRegular(*f, d), Status::kTypeMismatch);
+
+  // Bad requests.
+  RegularStore6 bad;
+  bad.path = "/A/B/C//IR-DAY/F/";
+  bad.values = v1;
+  EXPECT_EQ(StoreRegular(*f, bad), Status::kInvalidArgument);
+  bad.path = "/A/B/C//1DAY/F/";
+  bad.values = {};
+  EXPECT_EQ(StoreRegular(*f, bad), Status::kInvalidArgument);
+}
+
+std::vector<std::pair<Minutes, double>> Pairs(Dss6File& f, const std::string& path) {
+  container::RecordAreas r;
+  if (f.ReadRecord(path, &r) != Status::kOk) return {};
+  series::SeriesRead read;
+  EXPECT_EQ(DecodeIrregular(r, &read), Status::kOk);
+  std::vector<std::pair<Minutes, double>> out;
+  for (size_t i = 0; i < read.values.size(); ++i)
+    out.emplace_back(read.times[i] / 60, read.values[i]);
+  return out;
+}
+
+TEST(Dss6Store, IrregularMergeReplaceCapacityAndPseudoRegular) {
+  auto f = NewFile();
+  const std::string path = "/A/B/STAGE/01FEB2021/IR-MONTH/F/";
+  IrregularStore6 r;
+  r.path = "/A/B/STAGE//IR-MONTH/F/";
+  const std::vector<Minutes> t1 = {At(2021, 2, 1, 60), At(2021, 2, 2, 60), At(2021, 2, 3, 60)};
+  const std::vector<double> v1 = {1, 2, 3};
+  r.times = t1;
+  r.values = v1;
+  ASSERT_EQ(StoreIrregular(*f, r), Status::kOk);
+  // Merge: the union, the new value winning at an equal time.
+  const std::vector<Minutes> t2 = {At(2021, 2, 2, 60), At(2021, 2, 2, 120)};
+  const std::vector<double> v2 = {20, 25};
+  r.times = t2;
+  r.values = v2;
+  ASSERT_EQ(StoreIrregular(*f, r), Status::kOk);
+  EXPECT_EQ(Pairs(*f, path), (std::vector<std::pair<Minutes, double>>{
+                                 {t1[0], 1}, {t2[0], 20}, {t2[1], 25}, {t1[2], 3}}));
+  // Replace: everything inside [first, last] of the new data goes.
+  const std::vector<Minutes> t3 = {At(2021, 2, 1, 30), At(2021, 2, 2, 90)};
+  const std::vector<double> v3 = {7, 8};
+  r.times = t3;
+  r.values = v3;
+  r.replace = true;
+  ASSERT_EQ(StoreIrregular(*f, r), Status::kOk);
+  EXPECT_EQ(Pairs(*f, path), (std::vector<std::pair<Minutes, double>>{
+                                 {t3[0], 7}, {t3[1], 8}, {t2[1], 25}, {t1[2], 3}}));
+
+  // 250 values: capacity 300 (200 + one step of 100); a value at 2400 stays in its day.
+  std::vector<Minutes> many;
+  std::vector<double> mv;
+  for (int i = 0; i < 250; ++i) {
+    many.push_back(At(2021, 3, 1, 5 + i));
+    mv.push_back(i);
+  }
+  many.back() = At(2021, 3, 2, 0);  // 01MAR 2400
+  IrregularStore6 m;
+  m.path = "/A/B/FLOW//IR-DAY/F/";
+  m.times = many;
+  m.values = mv;
+  ASSERT_EQ(StoreIrregular(*f, m), Status::kOk);
+  container::RecordAreas rec;
+  ASSERT_EQ(f->ReadRecord("/A/B/FLOW/01MAR2021/IR-DAY/F/", &rec), Status::kOk);
+  EXPECT_EQ(rec.areas[dss7::kInternalHeader][irregular_header::kCapacity], 300);
+  EXPECT_EQ(rec.areas[dss7::kInternalHeader][irregular_header::kCount], 250);
+  EXPECT_EQ(rec.areas[dss7::kValues1].size(), 600u);
+  EXPECT_EQ(rec.areas[dss7::kValues1][249 * 2], 1440);
+
+  // A "~1DAY" series lives in IR-YEAR blocks and is listed under its "~" name.
+  IrregularStore6 p;
+  p.path = "/A/B/DAILY//~1DAY/F/";
+  const std::vector<Minutes> tp = {At(2021, 5, 1, 1440), At(2021, 5, 2, 1440)};
+  p.times = tp;
+  p.values = std::span<const double>(v1).first(2);
+  ASSERT_EQ(StoreIrregular(*f, p), Status::kOk);
+  std::vector<container::CatalogItem> items;
+  ASSERT_EQ(f->Catalog(&items), Status::kOk);
+  const bool listed = std::any_of(items.begin(), items.end(), [](const auto& c) {
+    return c.path == "/A/B/DAILY/01JAN2021/IR-YEAR/F/" &&
+           c.listed_path == "/A/B/DAILY/01JAN2021/~1DAY/F/";
+  });
+  EXPECT_TRUE(listed);
+
+  // Decreasing times are refused.
+  const std::vector<Minutes> back = {At(2021, 2, 2, 0), At(2021, 2, 1, 0)};
+  r.times = back;
+  r.values = v3;
+  EXPECT_EQ(StoreIrregular(*f, r), Status::kInvalidArgument);
 }
 
 }  // namespace
