@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/dss6/integrity.h"
 #include "engine/dss6/reader.h"
 #include "engine/dss7/test_support.h"
 #include "tests/support/fixture_path.h"
@@ -146,6 +147,8 @@ void Exercise(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
   container::RecordAreas r;
   for (const char* p : kProbePaths)
     (void)file->ReadRecord(p, &r);
+  dss7::IntegrityReport report;
+  (void)CheckIntegrity(*file, &report);
   // Every record through the record layer too.
   const auto reader = MakeRecordReader(std::move(file));
   for (const auto& c : catalog) {
