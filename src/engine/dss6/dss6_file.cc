@@ -5,23 +5,15 @@
 #include <new>
 #include <stdexcept>
 
+#include "engine/dss6/dss6_file_internal.h"
 #include "engine/dss6/intervals.h"
 #include "engine/dss7/hash.h"
 #include "engine/dss7/posix_file_io.h"
 
 namespace varnock::engine::dss6 {
-namespace {
+using internal::NoThrow;
 
-template <typename F>
-Status NoThrow(F&& f) {
-  try {
-    return f();
-  } catch (const std::bad_alloc&) {
-    return Status::kNoMemory;
-  } catch (const std::length_error&) {
-    return Status::kNoMemory;
-  }
-}
+namespace {
 
 container::RecordInfo ToRecordInfo(const Found& f) {
   container::RecordInfo r;

@@ -106,6 +106,18 @@ class Dss6File final : public container::Container {
   Status Rename(std::string_view old_path, std::string_view new_path);
   Status Close();
 
+  // Copies every live record, in the order of their info blocks in this file, into the empty
+  // file behind `target`, sized as HEC sizes a squeezed file and keeping the tag counter.
+  // kExclusiveLocked when another process has this file open.
+  Status SqueezeInto(std::unique_ptr<dss7::FileIO> target, const Options6& options,
+                     std::unique_ptr<Dss6File>* out);
+  // Whether any read slot but ours is held: someone else has the file open.
+  Status OthersHaveItOpen(bool* others);
+
+  // Copies a live record into `target` (which may be this file) under `target_path`, keeping its
+  // tag, version and last-write time: kNotFound, kExists when the target has the path live.
+  Status CopyRecord(std::string_view path, Dss6File& target, std::string_view target_path);
+
   // Container.
   int MajorVersion() const override { return 6; }
   std::string VersionText() const override;
@@ -126,8 +138,9 @@ class Dss6File final : public container::Container {
   Status WalkChain(const std::string& path, int32_t hash, bool for_write, Chain* out);
   Status BeginWrite();
   Status EndWrite(Status status);
-  Status Insert(const std::string& path, const RecordData6& data, const InfoBlock* renamed_from,
-                const BinEntry* renamed_entry);
+  enum class InsertMode { kNew, kRename, kCopy };
+  Status Insert(const std::string& path, const RecordData6& data, InsertMode mode,
+                const Found* source);
   Status DoRewrite(const Found& found, const RecordData6& data);
   Status WriteWord(int64_t address, int32_t value);
   Status MarkReplaced(const Chain& chain);
@@ -151,6 +164,11 @@ class Dss6File final : public container::Container {
   int read_slot_ = -1;
   std::vector<std::byte> scratch_;
 };
+
+// Squeezes the file at `path`: every live record into a fresh file beside it, which then
+// replaces it. kExclusiveLocked when another process has the file open; on any failure the
+// original stays as it was.
+Status SqueezeFile(const std::string& path, const Options6& options = {});
 
 // The name HEC's catalog lists a record under: the stored path, with the E part of a
 // pseudo-regular series turned back into "~" and its interval.

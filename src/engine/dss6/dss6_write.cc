@@ -1,5 +1,5 @@
-// The write side of a DSS-6 file: creation, new records, rewrites, delete, undelete, rename,
-// and the locks HEC's processes use to share a file.
+// The write side of a DSS-6 file: new records, rewrites, delete, undelete, rename, and the
+// locks HEC's processes use to share a file.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -8,76 +8,11 @@
 #include <thread>
 
 #include "engine/dss6/dss6_file.h"
+#include "engine/dss6/dss6_file_internal.h"
 #include "engine/dss7/hash.h"
 
 namespace varnock::engine::dss6 {
-namespace {
-
-template <typename F>
-Status NoThrow(F&& f) {
-  try {
-    return f();
-  } catch (const std::bad_alloc&) {
-    return Status::kNoMemory;
-  } catch (const std::length_error&) {
-    return Status::kNoMemory;
-  }
-}
-
-// Hash codes and bins per block for HEC's size codes 1..9.
-struct SizeCode {
-  int32_t hash_codes;
-  int32_t bins_per_block;
-};
-constexpr SizeCode kSizeCodes[] = {{8, 4},     {32, 4},    {128, 8},   {512, 16}, {1024, 32},
-                                   {2048, 32}, {4096, 32}, {8192, 32}, {8192, 64}};
-constexpr int32_t kIrregularGrowthPairs = 100;
-constexpr int32_t kIrregularMinimumPairs = 200;
-constexpr int32_t kMaxRecordVersion = 999;
-constexpr int kReadSlots = 100;
-constexpr const char* kVersionString = "6-YO";
-
-// Lock-record byte ranges (offsets from its first byte).
-constexpr int64_t kWriteLockByte = 0;
-constexpr int64_t kExclusiveByte = 8;
-constexpr int64_t kReadSlotByte = 16;
-constexpr int64_t kLockBytes = 4;
-
-// First address of the physical record holding `address`, or of the next one when `address`
-// does not start a record.
-int64_t RoundUpToRecord(int64_t address) {
-  return (address - 1) % kWordsPerRecord == 0
-             ? address
-             : kWordsPerRecord * ((address - 1) / kWordsPerRecord + 1) + 1;
-}
-
-int32_t WithLong(int32_t base, bool long_path) {
-  return long_path ? base + entry_status::kLongPath : base;
-}
-
-void Saturate(HeaderWords& h, int word, int64_t delta) {
-  h[word] = static_cast<int32_t>(std::clamp<int64_t>(int64_t{h[word]} + delta, 0, INT32_MAX));
-}
-
-std::tm SystemLocalTime() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return local;
-}
-
-void DateTimeText(const std::tm& t, std::string* date, std::string* time) {
-  static constexpr const char* kMonths[] = {"JAN", "FEB", "MAR", "APR", "MAY", "JUN",
-                                            "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
-  char text[32];
-  std::snprintf(text, sizeof text, "%02d%s%02d", t.tm_mday, kMonths[std::clamp(t.tm_mon, 0, 11)],
-                (t.tm_year + 1900) % 100);
-  *date = text;
-  std::snprintf(text, sizeof text, "%02d:%02d:%02d", t.tm_hour, t.tm_min, t.tm_sec);
-  *time = text;
-}
-
-}  // namespace
+using namespace internal;
 
 // The result of walking one path's chain.
 struct Dss6File::Chain {
@@ -178,61 +113,6 @@ Status Dss6File::Close() {
   }
   read_slot_ = -1;
   return s;
-}
-
-Status Dss6File::CreateIO(std::unique_ptr<dss7::FileIO> io, int size_code, const Options6& options,
-                          std::unique_ptr<Dss6File>* out) {
-  return NoThrow([&]() -> Status {
-    out->reset();
-    if (!io) return Status::kInvalidArgument;
-    if (size_code < 1 || size_code > 9) return Status::kInvalidArgument;
-    if (options.read_only || io->ReadOnly()) return Status::kReadOnly;
-    int64_t bytes = 0;
-    Status s = io->SizeBytes(&bytes);
-    if (s != Status::kOk) return s;
-    if (bytes != 0) return Status::kExists;
-    std::unique_ptr<Dss6File> file(new Dss6File(std::move(io), options));
-    const SizeCode size = kSizeCodes[size_code - 1];
-    HeaderWords& h = file->header_;
-    h.fill(0);
-    const std::span<int32_t> words(h);
-    StoreChars("ZDSS", words.subspan(hdr::kMagic, 1));
-    StoreChars(kVersionString, words.subspan(hdr::kVersion, 1));
-    h[hdr::kSizeCode] = size_code;
-    h[hdr::kHashCodes] = size.hash_codes;
-    h[hdr::kTableFlag] = kTableFlagHash;
-    h[hdr::kBinsPerBlock] = size.bins_per_block;
-    h[hdr::kBinsLeft] = size.bins_per_block;
-    h[hdr::kBinSize] = kBinWords;
-    // The lock record is the first physical record at or after the end of the hash table; the
-    // first bin block starts at the record after it.
-    const int64_t lock_byte = file->LockRecordByte();
-    const int64_t first_bin = (lock_byte / kRecordBytes + 1) * kWordsPerRecord + 1;
-    h[hdr::kFirstBin] = static_cast<int32_t>(first_bin);
-    h[hdr::kNextBin] = static_cast<int32_t>(first_bin);
-    h[hdr::kFileSize] = static_cast<int32_t>(first_bin + int64_t{size.bins_per_block} * kBinWords);
-    h[hdr::kIrregularGrowth] = kIrregularGrowthPairs;
-    for (int k = 0; k < 5; ++k)
-      h[hdr::kIrregularMinimum + k] = kIrregularMinimumPairs;
-    std::string date, time;
-    DateTimeText(options.clock ? options.clock() : SystemLocalTime(), &date, &time);
-    StoreChars(date, words.subspan(hdr::kCreateDate, 2), '\0');
-    StoreChars(date, words.subspan(hdr::kLastWriteDate, 2), '\0');
-    StoreChars(time, words.subspan(hdr::kLastWriteTime, 2));
-    // Body first (hash table, lock record, first bin block, end marker), header last: a file
-    // cut short is not taken for a DSS file.
-    const int64_t body_start = hdr::kWords + 1;
-    std::vector<int32_t> body(static_cast<size_t>(h[hdr::kFileSize] + 1 - body_start), 0);
-    body.back() = kEndFileMarker;
-    s = file->WriteWords(body_start, body);
-    if (s == Status::kOk) s = file->WriteHeader();
-    if (s == Status::kOk) s = file->io_->Sync();
-    if (s != Status::kOk) return s;
-    file->read_only_ = false;
-    file->TakeReadSlot();
-    *out = std::move(file);
-    return Status::kOk;
-  });
 }
 
 Status Dss6File::WriteWords(int64_t address, std::span<const int32_t> words) {
@@ -374,8 +254,8 @@ Status Dss6File::MarkReplaced(const Chain& chain) {
   return Status::kOk;
 }
 
-Status Dss6File::Insert(const std::string& path, const RecordData6& data,
-                        const InfoBlock* renamed_from, const BinEntry* renamed_entry) {
+Status Dss6File::Insert(const std::string& path, const RecordData6& data, InsertMode mode,
+                        const Found* source) {
   const int32_t hash = PathHash(path, header_[hdr::kHashCodes]);
   Chain chain;
   Status s = WalkChain(path, hash, true, &chain);
@@ -426,12 +306,17 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data,
   // The info block and areas at the end of the file.
   InfoBlock info;
   BinEntry entry;
-  if (renamed_from != nullptr) {
-    info = *renamed_from;
-    entry = *renamed_entry;
+  if (mode == InsertMode::kRename) {
+    // The new name's info block points at the old areas and keeps every other word.
+    info = source->info;
+    entry = source->entry;
   } else {
-    Saturate(h, hdr::kTagSequence, 1);
-    entry.tag = "T" + std::to_string(h[hdr::kTagSequence]);
+    if (mode == InsertMode::kCopy) {
+      entry.tag = source->info.tag;
+    } else {
+      Saturate(h, hdr::kTagSequence, 1);
+      entry.tag = "T" + std::to_string(h[hdr::kTagSequence]);
+    }
     info.tag = entry.tag;
     info.version = 1;
     info.type = data.type;
@@ -445,12 +330,18 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data,
     entry.user_header_words = static_cast<int32_t>(data.user_header.size());
     entry.data_words = static_cast<int32_t>(data.data.size());
     entry.pseudo_interval = data.pseudo_interval;
+    if (mode == InsertMode::kCopy) {  // a copy keeps its identity: version, writer, write time
+      info.version = source->info.version;
+      info.program = source->info.program;
+      info.date = source->info.date;
+      info.time = source->info.time;
+    }
   }
   info.status = WithLong(entry_status::kLive, long_path);
   info.path = path;
   info.path_bytes = static_cast<int32_t>(path.size());
   const int64_t info_address = w.Allocate(info.Words());
-  if (renamed_from == nullptr) {
+  if (mode != InsertMode::kRename) {
     const std::span<const int32_t> areas[] = {data.internal_header, data.compression_header,
                                               data.user_header, data.data};
     int64_t at[4];
@@ -606,20 +497,13 @@ Status Dss6File::DeleteFound(const Found& f) {
   return WriteHeader();
 }
 
-namespace {
-bool ValidPath(const std::string& path) {
-  return path.size() >= static_cast<size_t>(kMinPathBytes) &&
-         path.size() <= static_cast<size_t>(kMaxPathBytes) && path.front() == '/';
-}
-}  // namespace
-
 Status Dss6File::WriteNewRecord(std::string_view raw, const RecordData6& data) {
   return NoThrow([&]() -> Status {
     const std::string path = NormalisePath(raw);
     if (!ValidPath(path)) return Status::kInvalidArgument;
     Status s = BeginWrite();
     if (s != Status::kOk) return s;
-    return EndWrite(Insert(path, data, nullptr, nullptr));
+    return EndWrite(Insert(path, data, InsertMode::kNew, nullptr));
   });
 }
 
@@ -703,7 +587,7 @@ Status Dss6File::Rename(std::string_view raw_old, std::string_view raw_new) {
     if (s == Status::kOk && target.found && entry_status::IsLive(target.match.entry.status)) {
       s = DeleteFound(target.match);
     }
-    if (s == Status::kOk) s = Insert(to, {}, &old_chain.match.info, &old_chain.match.entry);
+    if (s == Status::kOk) s = Insert(to, {}, InsertMode::kRename, &old_chain.match);
     if (s == Status::kOk) s = SetStatus(old_chain.match, entry_status::kRenamed);
     return EndWrite(s);
   });
