@@ -64,6 +64,20 @@ std::string SortKey(const container::CatalogItem& c, const std::array<int32_t, 6
 
 }  // namespace
 
+std::string StoredPath(std::string_view listed) {
+  std::string path = NormalisePath(listed);
+  std::array<std::string_view, 6> parts;
+  if (!dss7::SplitParts(path, &parts) || parts[4].empty() || parts[4].front() != '~') return path;
+  const Interval6* iv = FindRegular(parts[4].substr(1));
+  if (iv == nullptr) return path;
+  std::string out = "/";
+  for (int p = 0; p < 6; ++p) {
+    out += p == 4 ? IrregularBlockName(PseudoRegularBlock(iv->minutes)) : parts[p];
+    out += '/';
+  }
+  return out;
+}
+
 std::string ListedPath(const BinEntry& entry) {
   if (entry.pseudo_interval == 0) return entry.path;
   const Interval6* iv = RegularByMinutes(entry.pseudo_interval);
@@ -157,7 +171,7 @@ Status Dss6File::ReadInfoAt(int64_t address, InfoBlock* out) {
 
 Status Dss6File::Find(std::string_view path, Found* out) {
   return NoThrow([&]() -> Status {
-    const std::string wanted = NormalisePath(path);
+    const std::string wanted = StoredPath(path);
     if (wanted.size() < 1 || wanted.size() > static_cast<size_t>(kMaxPathBytes)) {
       return Status::kNotFound;
     }

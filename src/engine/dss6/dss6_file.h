@@ -170,6 +170,10 @@ class Dss6File final : public container::Container {
 // original stays as it was.
 Status SqueezeFile(const std::string& path, const Options6& options = {});
 
+// The path a record is stored under: normalised, with a pseudo-regular "~" E part turned into
+// the IR- block part its interval picks.
+std::string StoredPath(std::string_view listed);
+
 // The name HEC's catalog lists a record under: the stored path, with the E part of a
 // pseudo-regular series turned back into "~" and its interval.
 std::string ListedPath(const BinEntry& entry);

@@ -91,6 +91,10 @@ bool FindIrregularBlock(std::string_view e, Block* out) {
   return false;
 }
 
+std::string_view IrregularBlockName(Block block) {
+  return kIrregular[static_cast<int>(block)].name;  // listed in Block order
+}
+
 Block PseudoRegularBlock(int32_t minutes) {
   if (minutes < 15) return Block::kDay;
   if (minutes < 1440) return Block::kMonth;

@@ -26,6 +26,8 @@ const Interval6* FindRegular(std::string_view e_part);
 const Interval6* RegularByMinutes(int32_t minutes);
 // IR-DAY .. IR-CENTURY from the first 6 characters (any case); false when not irregular.
 bool FindIrregularBlock(std::string_view e_part, Block* out);
+// "IR-DAY" .. "IR-CENTURY".
+std::string_view IrregularBlockName(Block block);
 // The IR- block HEC files a pseudo-regular series of this interval under.
 Block PseudoRegularBlock(int32_t minutes);
 

@@ -294,9 +294,7 @@ Status StoreIrregular(Dss6File& file, const IrregularStore6& rq) {
   } else if (!FindIrregularBlock(parts[4], &kind)) {
     return Status::kInvalidArgument;
   }
-  static constexpr const char* kBlockNames[] = {"IR-DAY", "IR-MONTH", "IR-YEAR", "IR-DECADE",
-                                                "IR-CENTURY"};
-  const std::string e_part = kBlockNames[static_cast<int>(kind)];
+  const std::string e_part(IrregularBlockName(kind));
   size_t first = 0, last = rq.values.size();
   if (rq.times.size() != last || (!rq.quality.empty() && rq.quality.size() != last)) {
     return Status::kInvalidArgument;

@@ -398,6 +398,9 @@ TEST(Dss6Store, IrregularMergeReplaceCapacityAndPseudoRegular) {
            c.listed_path == "/A/B/DAILY/01JAN2021/~1DAY/F/";
   });
   EXPECT_TRUE(listed);
+  Found found;  // lookups take the listed name too
+  EXPECT_EQ(f->Find("/A/B/DAILY/01JAN2021/~1DAY/F/", &found), Status::kOk);
+  EXPECT_EQ(found.info.path, "/A/B/DAILY/01JAN2021/IR-YEAR/F/");
 
   // Decreasing times are refused.
   const std::vector<Minutes> back = {At(2021, 2, 2, 0), At(2021, 2, 1, 0)};

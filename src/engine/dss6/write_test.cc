@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -285,6 +286,21 @@ TEST(Dss6Write, ReadOnlyFilesRefuseWrites) {
   EXPECT_EQ(
       Dss6File::CreateIO(std::make_unique<dss7::MemoryFileIO>(storage), 6, Writable(), &again),
       Status::kExists);
+}
+
+// A file a dead writer left with H6 = -1357 opens read-only, as in HEC, and reads normally.
+TEST(Dss6Write, FilesLeftLockedByADeadWriterOpenReadOnly) {
+  VARNOCK_REQUIRE_FIXTURE(path, "fixture6.dss");
+  auto storage = dss7::testing::LoadStorage(path);
+  const int32_t mark = kCrashedFileSize;
+  std::memcpy(storage->bytes.data() + ByteOffset(1 + hdr::kFileSize), &mark, 4);
+  auto f = Reopen(storage);
+  ASSERT_NE(f, nullptr);
+  EXPECT_TRUE(f->read_only());
+  std::vector<container::CatalogItem> items;
+  ASSERT_EQ(f->Catalog(&items), Status::kOk);
+  EXPECT_EQ(items.size(), 27u);
+  EXPECT_EQ(f->Delete(items[0].path), Status::kReadOnly);
 }
 
 }  // namespace
