@@ -10,6 +10,7 @@
 
 #include "engine/dss6/integrity.h"
 #include "engine/dss6/reader.h"
+#include "engine/dss6/store.h"
 #include "engine/dss7/test_support.h"
 #include "tests/support/fixture_path.h"
 
@@ -128,6 +129,21 @@ void ExerciseWrites(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
   (void)file->Delete(kProbePaths[0]);
   (void)file->Undelete(kProbePaths[0]);
   (void)file->Rename(kProbePaths[1], "/HOSTILE/RENAMED/X///LONGER-THAN-BEFORE/");
+  // The record writers read and merge whatever blocks are there.
+  const std::vector<double> values(50, 1.5);
+  RegularStore6 regular;
+  regular.path = "/FIXTURES/HOURLY/FLOW//1HOUR/F77-ZSRTS/";
+  regular.start = int64_t{44196} * 1440 + 60;
+  regular.values = values;
+  (void)StoreRegular(*file, regular);
+  std::vector<Minutes> times(values.size());
+  for (size_t i = 0; i < times.size(); ++i)
+    times[i] = int64_t{44227} * 1440 + 30 * static_cast<int64_t>(i + 1);
+  IrregularStore6 irregular;
+  irregular.path = "/FIXTURES/GAGE/STAGE//IR-MONTH/C-ZTSSTORE/";
+  irregular.times = times;
+  irregular.values = values;
+  (void)StoreIrregular(*file, irregular);
   std::vector<container::CatalogItem> catalog;
   (void)file->Catalog(&catalog);
 }
