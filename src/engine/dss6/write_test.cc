@@ -288,6 +288,40 @@ TEST(Dss6Write, ReadOnlyFilesRefuseWrites) {
       Status::kExists);
 }
 
+// HEC's confirmed sequence: write, delete, write, delete, write one path leaves two "replaced"
+// entries that can no longer be undeleted, one live entry, and dead space 2 x (28 + P + 365).
+TEST(Dss6Write, DeletedCopiesBecomeReplacedWhenThePathIsWrittenAgain) {
+  auto storage = dss7::MemoryFileIO::NewStorage();
+  auto f = Create(storage);
+  const std::string path = "/A/B/C/01JAN2021/1DAY/F/";
+  const std::vector<int32_t> header(24, 0);
+  const std::vector<int32_t> data(365, 0);
+  RecordData6 d;
+  d.type = type::kRegularFloat;
+  d.internal_header = header;
+  d.data = data;
+  d.logical_count = 365;
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_EQ(f->WriteNewRecord(path, d), Status::kOk);
+    ASSERT_EQ(f->Delete(path), Status::kOk);
+  }
+  ASSERT_EQ(f->WriteNewRecord(path, d), Status::kOk);
+  EXPECT_EQ(f->Undelete(path), Status::kExists);
+  std::vector<int32_t> statuses;
+  for (const auto& e : AllEntries(*f)) {
+    statuses.push_back(e.status);
+    InfoBlock info;
+    ASSERT_EQ(f->ReadInfoAt(e.info_address, &info), Status::kOk);
+    EXPECT_EQ(info.status, e.status);
+  }
+  EXPECT_EQ(statuses, (std::vector<int32_t>{4, 4, 1}));
+  const int32_t p = PathWords(static_cast<int64_t>(path.size()));
+  EXPECT_EQ(f->header()[hdr::kDeadSpace], 2 * (28 + p + 365));
+  EXPECT_EQ(f->header()[hdr::kRecordCount], 1);
+  EXPECT_EQ(f->Delete(path), Status::kOk);
+  EXPECT_EQ(f->Undelete(path), Status::kOk);  // the last copy can still come back
+}
+
 // A file a dead writer left with H6 = -1357 opens read-only, as in HEC, and reads normally.
 TEST(Dss6Write, FilesLeftLockedByADeadWriterOpenReadOnly) {
   VARNOCK_REQUIRE_FIXTURE(path, "fixture6.dss");
