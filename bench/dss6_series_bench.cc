@@ -14,7 +14,6 @@
 #include "engine/dss6/intervals.h"
 #include "engine/dss6/records.h"
 #include "engine/dss6/store.h"
-#include "engine/dss7/posix_file_io.h"
 
 namespace {
 
@@ -41,10 +40,8 @@ std::string SeriesPath(int64_t i) {
 
 std::unique_ptr<dss6::Dss6File> NewFile(const std::filesystem::path& path) {
   std::filesystem::remove(path);
-  std::unique_ptr<dss7::PosixFileIO> io;
-  dss7::PosixFileIO::Open(path.string(), dss7::PosixFileIO::Mode::kCreate, &io);
   std::unique_ptr<dss6::Dss6File> file;
-  dss6::Dss6File::CreateIO(std::move(io), 8, {}, &file);
+  dss6::Dss6File::Create(path.string(), 8, {}, &file);
   return file;
 }
 

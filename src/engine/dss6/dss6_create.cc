@@ -11,6 +11,14 @@ namespace varnock::engine::dss6 {
 
 using namespace internal;
 
+Status Dss6File::Create(const std::string& path, int size_code, const Options6& options,
+                        std::unique_ptr<Dss6File>* out) {
+  std::unique_ptr<dss7::PosixFileIO> io;
+  const Status s = dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kCreate, &io);
+  if (s != Status::kOk) return s;
+  return CreateIO(std::move(io), size_code, options, out);
+}
+
 Status Dss6File::CreateIO(std::unique_ptr<dss7::FileIO> io, int size_code, const Options6& options,
                           std::unique_ptr<Dss6File>* out) {
   return NoThrow([&]() -> Status {
@@ -152,7 +160,7 @@ Status SqueezeFile(const std::string& path, const Options6& options) {
     s = dss7::PosixFileIO::Open(temporary, dss7::PosixFileIO::Mode::kCreate, &io);
     if (s != Status::kOk) return s;
     std::unique_ptr<Dss6File> fresh;
-    s = source->SqueezeInto(std::move(io), options, &fresh);
+    s = source->SqueezeInto(std::move(io), options, &fresh);  // creates the new file
     if (s == Status::kOk) s = fresh->Close();
     fresh.reset();
     source.reset();

@@ -77,6 +77,9 @@ class Dss6File final : public container::Container {
   // A new, empty file of size code 1..9 (6: 2048 hash codes, HEC's default); `io` must be empty.
   static Status CreateIO(std::unique_ptr<dss7::FileIO> io, int size_code, const Options6& options,
                          std::unique_ptr<Dss6File>* out);
+  // The same at a path; kExists when a non-empty file is already there.
+  static Status Create(const std::string& path, int size_code, const Options6& options,
+                       std::unique_ptr<Dss6File>* out);
 
   ~Dss6File() override { (void)Close(); }
   Dss6File(const Dss6File&) = delete;

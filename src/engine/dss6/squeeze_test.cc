@@ -53,6 +53,23 @@ TEST(Dss6Squeeze, KeepsEveryRecordAndDropsDeadSpace) {
   std::filesystem::remove(path);
 }
 
+TEST(Dss6Squeeze, FilesCreatedAtAPathReopen) {
+  const std::string path = dss7::testing::TempDir() + "/created6.dss";
+  std::filesystem::remove(path);
+  {
+    std::unique_ptr<Dss6File> f;
+    ASSERT_EQ(Dss6File::Create(path, 6, {}, &f), Status::kOk);
+    EXPECT_FALSE(f->read_only());
+  }
+  EXPECT_EQ(std::filesystem::file_size(path), 26112u);  // as HEC's new file, size code 6
+  std::unique_ptr<Dss6File> again;
+  EXPECT_EQ(Dss6File::Create(path, 6, {}, &again), Status::kExists);
+  ASSERT_EQ(Dss6File::Open(path, &again), Status::kOk);
+  EXPECT_EQ(again->VersionText(), "6-YO");
+  EXPECT_EQ(again->header()[hdr::kFileSize], 6351);
+  std::filesystem::remove(path);
+}
+
 TEST(Dss6Squeeze, CopyRecordBetweenFilesAndWithinOne) {
   VARNOCK_REQUIRE_FIXTURE(fixture, "fixture6.dss");
   auto source_storage = dss7::testing::LoadStorage(fixture);
