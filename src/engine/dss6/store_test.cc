@@ -325,6 +325,85 @@ TEST(Dss6Store, RegularBlocksOffsetsAndPrecisionChanges) {
   EXPECT_EQ(StoreRegular(*f, bad), Status::kInvalidArgument);
 }
 
+// Every stored (time, value) of a regular series, as the reader reports them, over all its
+// block records.
+std::vector<std::pair<Minutes, double>> ReadBack(Dss6File& f) {
+  std::vector<container::CatalogItem> items;
+  EXPECT_EQ(f.Catalog(&items), Status::kOk);
+  std::vector<std::pair<Minutes, double>> out;
+  for (const auto& c : items) {
+    container::RecordAreas r;
+    EXPECT_EQ(f.ReadRecord(c.path, &r), Status::kOk);
+    series::SeriesRead read;
+    if (DecodeRegular(r, &read) != Status::kOk) continue;
+    for (size_t i = 0; i < read.values.size(); ++i)
+      if (read.values[i] != -901.0) out.emplace_back(read.times[i] / 60, read.values[i]);
+  }
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+// Values stored from a start time come back at the times they were given, for every kind of
+// interval, on and off the standard boundaries, across block boundaries.
+TEST(Dss6Store, RegularRoundTripsForEveryInterval) {
+  struct Case {
+    const char* e_part;
+    Minutes start;
+    int64_t step;  // minutes between values; 0: the calendar steps listed in `calendar`
+    std::vector<Minutes> calendar;
+    int hidden = -1;  // a value stored in slot 522 of a weekly block, which readers do not show
+  };
+  const Case cases[] = {
+      {"1MIN", At(2021, 3, 1, 1430), 1, {}},           // across a day block
+      {"10MIN", At(2021, 3, 1, 1433), 10, {}},         // offset 3 minutes
+      {"2HOUR", At(2021, 1, 31, 1260), 120, {}},       // across a month block
+      {"12HOUR", At(2021, 2, 27, 300), 720, {}},       // offset 5 hours
+      {"1DAY", At(2020, 12, 30, 480), 1440, {}},       // offset, across a year block
+      {"1WEEK", At(2029, 12, 1, 1440), 10080, {}, 4},  // Saturday 2400, across a decade
+      {"1WEEK", At(2021, 6, 2, 600), 10080, {}},       // Wednesday 1000
+      {"1MON",
+       At(2019, 11, 30, 1440),
+       0,  // month ends across a decade
+       {At(2019, 11, 30, 1440), At(2019, 12, 31, 1440), At(2020, 1, 31, 1440)}},
+      {"SEMI-MONTH",
+       At(2021, 1, 15, 1440),
+       0,
+       {At(2021, 1, 15, 1440), At(2021, 1, 31, 1440), At(2021, 2, 15, 1440)}},
+      {"TRI-MONTH",
+       At(2021, 2, 10, 1440),
+       0,
+       {At(2021, 2, 10, 1440), At(2021, 2, 20, 1440), At(2021, 2, 28, 1440)}},
+      {"1YEAR",
+       At(1998, 12, 31, 1440),
+       0,
+       {At(1998, 12, 31, 1440), At(1999, 12, 31, 1440), At(2000, 12, 31, 1440)}},
+  };
+  for (const auto& c : cases) {
+    auto f = NewFile();
+    const size_t n = c.step > 0 ? 20 : c.calendar.size();
+    std::vector<double> values(n);
+    std::vector<std::pair<Minutes, double>> want;
+    for (size_t i = 0; i < n; ++i) {
+      values[i] = static_cast<double>(i) + 1;
+      if (static_cast<int>(i) == c.hidden) continue;
+      want.emplace_back(c.step > 0 ? c.start + static_cast<int64_t>(i) * c.step : c.calendar[i],
+                        values[i]);
+    }
+    RegularStore6 r;
+    const std::string path = std::string("/A/B/C//") + c.e_part + "/F/";
+    r.path = path;
+    r.start = c.start;
+    r.values = values;
+    ASSERT_EQ(StoreRegular(*f, r), Status::kOk) << c.e_part;
+    EXPECT_EQ(ReadBack(*f), want) << c.e_part << " from " << c.start;
+    if (c.hidden >= 0) {  // 29DEC2029 2400: the last of the 2020s block's 522 weekly slots
+      const auto slots = Slots(*f, "/A/B/C/01JAN2020/1WEEK/F/");
+      ASSERT_EQ(slots.size(), 522u);
+      EXPECT_EQ(slots[521], c.hidden + 1.0);
+    }
+  }
+}
+
 std::vector<std::pair<Minutes, double>> Pairs(Dss6File& f, const std::string& path) {
   container::RecordAreas r;
   if (f.ReadRecord(path, &r) != Status::kOk) return {};
