@@ -31,12 +31,19 @@ class Writer6 {
  public:
   explicit Writer6(Dss6File& f) : f_(f), tail_start_(f.header_[hdr::kFileSize]) {}
 
+  // Space past the end of the file. Nothing is taken once the file would pass DSS-6's size
+  // limit; the operation must then check too_large() before it fills the space.
   int64_t Allocate(int64_t words) {
     const int64_t at = f_.header_[hdr::kFileSize];
+    if (too_large_ || words < 0 || at + words > kMaxFileWords) {
+      too_large_ = true;
+      return at;
+    }
     f_.header_[hdr::kFileSize] = static_cast<int32_t>(at + words);
     tail_.resize(static_cast<size_t>(at + words - tail_start_), 0);
     return at;
   }
+  bool too_large() const { return too_large_; }
   std::span<int32_t> TailAt(int64_t address, int64_t words) {
     return std::span(tail_).subspan(static_cast<size_t>(address - tail_start_),
                                     static_cast<size_t>(words));
@@ -83,6 +90,7 @@ class Writer6 {
   std::vector<int32_t> tail_;
   int64_t block_link_at_ = 0;
   int32_t block_link_value_ = 0;
+  bool too_large_ = false;
 };
 
 int64_t Dss6File::LockRecordByte() const {
@@ -345,8 +353,11 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
     const std::span<const int32_t> areas[] = {data.internal_header, data.compression_header,
                                               data.user_header, data.data};
     int64_t at[4];
-    for (int a = 0; a < 4; ++a) {
+    for (int a = 0; a < 4; ++a)
       at[a] = w.Allocate(static_cast<int64_t>(areas[a].size()));
+    // Refused before anything is written: the file would pass DSS-6's size limit.
+    if (w.too_large()) return Status::kInvalidArgument;
+    for (int a = 0; a < 4; ++a) {
       std::copy(areas[a].begin(), areas[a].end(),
                 w.TailAt(at[a], static_cast<int64_t>(areas[a].size())).begin());
     }
@@ -360,6 +371,7 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
     info.data_words = static_cast<int32_t>(areas[3].size());
     Saturate(h, hdr::kRecordCount, 1);
   }
+  if (w.too_large()) return Status::kInvalidArgument;
   EncodeInfoBlock(info, w.TailAt(info_address, info.Words()));
   entry.status = info.status;
   entry.path = path;
@@ -440,6 +452,7 @@ Status Dss6File::DoRewrite(const Found& f, const RecordData6& data) {
     Writer6 w(*this);
     const int64_t info_address = w.Allocate(info.Words());
     w.Allocate(new_words);
+    if (w.too_large()) return Status::kInvalidArgument;  // before anything is written
     lay_out(info_address + info.Words(), [&](int64_t at, std::span<const int32_t> area) {
       std::copy(area.begin(), area.end(), w.TailAt(at, static_cast<int64_t>(area.size())).begin());
     });

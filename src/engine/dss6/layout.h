@@ -28,6 +28,11 @@ constexpr int64_t WordsInBytes(int64_t bytes) {
   return whole * kWordsPerRecord + (tail_words < kWordsPerRecord ? tail_words : kWordsPerRecord);
 }
 
+// HEC refuses to go past this physical record; addresses are signed 32-bit, so a file holds
+// about 8 GB at most.
+inline constexpr int64_t kMaxPhysicalRecords = 16777200;
+inline constexpr int64_t kMaxFileWords = kMaxPhysicalRecords * kWordsPerRecord;
+
 // Marker words.
 inline constexpr int32_t kInfoFlag = -9753;
 inline constexpr int32_t kEndFileMarker = -9630;

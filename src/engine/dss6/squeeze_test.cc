@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "engine/container/record_reader.h"
@@ -67,6 +68,44 @@ TEST(Dss6Squeeze, FilesCreatedAtAPathReopen) {
   ASSERT_EQ(Dss6File::Open(path, &again), Status::kOk);
   EXPECT_EQ(again->VersionText(), "6-YO");
   EXPECT_EQ(again->header()[hdr::kFileSize], 6351);
+  std::filesystem::remove(path);
+}
+
+// A record that would take the file past DSS-6's 8 GB limit is refused before anything is
+// written (a sparse file stands in for a full one).
+TEST(Dss6Squeeze, RecordsPastTheSizeLimitAreRefused) {
+  const std::string path = dss7::testing::TempDir() + "/full6.dss";
+  std::filesystem::remove(path);
+  {
+    std::unique_ptr<Dss6File> f;
+    ASSERT_EQ(Dss6File::Create(path, 6, {}, &f), Status::kOk);
+  }
+  const int64_t end = kMaxFileWords - 100;
+  const auto bytes = static_cast<uintmax_t>((end / kWordsPerRecord + 1) * kRecordBytes);
+  std::error_code error;
+  std::filesystem::resize_file(path, bytes, error);
+  if (error) GTEST_SKIP() << "no room for a sparse file: " << error.message();
+  {
+    std::fstream io(path, std::ios::in | std::ios::out | std::ios::binary);
+    const auto h6 = static_cast<int32_t>(end);
+    io.seekp(ByteOffset(1 + hdr::kFileSize));
+    io.write(reinterpret_cast<const char*>(&h6), 4);
+  }
+  std::unique_ptr<Dss6File> f;
+  ASSERT_EQ(Dss6File::Open(path, Options6{}, &f), Status::kOk);
+  const std::vector<int32_t> header = {4};
+  const std::vector<int32_t> big(1000, 1), small(10, 1);
+  RecordData6 d;
+  d.type = type::kText;
+  d.internal_header = header;
+  d.data = big;
+  EXPECT_EQ(f->WriteNewRecord("/BIG/RECORD/X///Y/", d), Status::kInvalidArgument);
+  EXPECT_EQ(f->header()[hdr::kFileSize], end);
+  EXPECT_EQ(f->header()[hdr::kRecordCount], 0);
+  EXPECT_EQ(std::filesystem::file_size(path), bytes);
+  d.data = small;
+  EXPECT_EQ(f->WriteNewRecord("/SMALL/RECORD/X///Y/", d), Status::kOk);
+  f.reset();
   std::filesystem::remove(path);
 }
 
