@@ -22,23 +22,7 @@ int TableHashBits(int64_t table_size) {
 int32_t TableHash(std::string_view path, int64_t table_size) {
   const int ibit = TableHashBits(table_size);
   if (ibit == 0) return 0;
-  const int64_t len = static_cast<int64_t>(path.size());
-  const int64_t groups = (8 * len + ibit - 1) / ibit;
-  const int64_t nbytes = (groups * ibit + 7) / 8;
-  const uint64_t mask = (uint64_t{1} << ibit) - 1;
-  uint64_t acc = 0;
-  int nbits = 0;
-  uint64_t x = 0;
-  for (int64_t i = 0; i < nbytes; ++i) {
-    const uint8_t c = i < len ? HashByte(static_cast<uint8_t>(path[i])) : 0;
-    acc = (acc << 8) | c;
-    nbits += 8;
-    while (nbits >= ibit) {
-      x ^= (acc >> (nbits - ibit)) & mask;
-      nbits -= ibit;
-      acc &= (uint64_t{1} << nbits) - 1;
-    }
-  }
+  const uint64_t x = XorBitGroups(path, ibit, HashByte);
   return static_cast<int32_t>(x % static_cast<uint64_t>(table_size));
 }
 

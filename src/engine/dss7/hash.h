@@ -22,6 +22,31 @@ int64_t BinHash(std::string_view path);
 // normalised path read as one big-endian bit string, modulo the table size.
 int32_t TableHash(std::string_view path, int64_t table_size);
 
+// HEC's table hash core (DSS-6 uses it too): the bytes, each passed through `map`, read as one
+// big-endian bit string padded with zero bytes to whole groups, cut into ibit-wide groups from
+// the start, XORed together.
+template <typename Map>
+uint64_t XorBitGroups(std::string_view bytes, int ibit, Map map) {
+  const auto len = static_cast<int64_t>(bytes.size());
+  const int64_t groups = (8 * len + ibit - 1) / ibit;
+  const int64_t nbytes = (groups * ibit + 7) / 8;
+  const uint64_t mask = (uint64_t{1} << ibit) - 1;
+  uint64_t acc = 0;
+  int nbits = 0;
+  uint64_t x = 0;
+  for (int64_t i = 0; i < nbytes; ++i) {
+    const uint8_t c = i < len ? map(static_cast<uint8_t>(bytes[static_cast<size_t>(i)])) : 0;
+    acc = (acc << 8) | c;
+    nbits += 8;
+    while (nbits >= ibit) {
+      x ^= (acc >> (nbits - ibit)) & mask;
+      nbits -= ibit;
+      acc &= (uint64_t{1} << nbits) - 1;
+    }
+  }
+  return x;
+}
+
 // Bits per group for a table size: k for exactly 2^k, else floor(log2) + 1.
 int TableHashBits(int64_t table_size);
 

@@ -1,0 +1,69 @@
+// What the record layer needs from a DSS file, whatever its version: the catalog, lookup of a
+// record's info, and its data areas as int32 buffers. Each version's container implements it;
+// word size, address base, pathname case and the index structures stay inside the container.
+//
+// Areas are named as DSS-7 names them. A DSS-6 record has four: its internal header
+// (kInternalHeader), compression header (kHeader2), user header (kUserHeader) and data
+// (kValues1); kValues2 and kValues3 stay empty.
+#ifndef VARNOCK_ENGINE_CONTAINER_CONTAINER_H_
+#define VARNOCK_ENGINE_CONTAINER_CONTAINER_H_
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/dss7/layout.h"
+#include "engine/dss7/status.h"
+
+namespace varnock::engine::container {
+
+using Status = dss7::Status;
+using dss7::Area;
+inline constexpr int kAreaCount = dss7::kAreaCount;
+
+// One live record as the catalog lists it.
+struct CatalogItem {
+  std::string path;         // as stored (the key for Lookup and ReadRecord)
+  std::string listed_path;  // as HEC's catalog shows it (DSS-6: "~" E parts of pseudo-regular)
+  int32_t type = 0;
+  int64_t info_address = 0;
+};
+
+// The version-neutral part of a record's info block.
+struct RecordInfo {
+  std::string path;
+  int64_t address = 0;
+  int32_t type = 0;
+  int32_t version = 0;
+  int64_t logical_count = 0;
+  int32_t compression = 0;  // DSS-6 compression scheme; 0 = none
+  bool quality = false;     // DSS-6 quality flag
+  int32_t precision = -1;
+  int32_t pseudo_interval = 0;                    // DSS-6: minutes of a "~" E part, else 0
+  std::array<int64_t, kAreaCount> area_length{};  // int32s
+};
+
+struct RecordAreas {
+  RecordInfo info;
+  std::array<std::vector<int32_t>, kAreaCount> areas;
+};
+
+class Container {
+ public:
+  virtual ~Container() = default;
+  virtual int MajorVersion() const = 0;
+  virtual std::string VersionText() const = 0;
+  // Live records in the order the file's bins list them.
+  virtual Status Catalog(std::vector<CatalogItem>* out) = 0;
+  // Live records in HEC's sorted-catalog order.
+  virtual Status SortedCatalog(std::vector<CatalogItem>* out) = 0;
+  // kOk, kNotFound, or a damage / I/O status.
+  virtual Status Lookup(std::string_view path, RecordInfo* out) = 0;
+  virtual Status ReadRecord(std::string_view path, RecordAreas* out) = 0;
+};
+
+}  // namespace varnock::engine::container
+
+#endif  // VARNOCK_ENGINE_CONTAINER_CONTAINER_H_

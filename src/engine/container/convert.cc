@@ -1,0 +1,124 @@
+#include <string>
+
+#include "engine/container/record_writer.h"
+#include "engine/fixed_text.h"
+#include "engine/paired/record_io.h"
+#include "engine/series/record_codec.h"
+
+namespace varnock::engine::container {
+namespace {
+
+bool IsSeries(int32_t type) {
+  return type == 100 || type == 105 || type == 110 || type == 115;
+}
+
+// DSS-6 hands blank texts back padded with blanks; a copy keeps the text, not the artefact.
+void Trim(std::string* text) {
+  *text = std::string(TrimTrailingBlanks(*text));
+}
+
+class Dss7RecordWriter final : public RecordWriter {
+ public:
+  explicit Dss7RecordWriter(dss7::DssFile& file) : file_(file) {}
+  int MajorVersion() const override { return 7; }
+  double NeverWritten() const override { return series::kUndefinedDouble; }
+
+  Status StoreSeriesBlock(std::string_view path, int32_t type,
+                          const series::SeriesRead& b) override {
+    series::SeriesStatus s;
+    const bool doubles = type % 10 >= 5;
+    if (type >= 110) {
+      series::IrregularStore r;
+      Fill(b, doubles, &r);
+      r.path = path;
+      r.times = b.times;
+      s = series::StoreIrregular(file_, r);
+    } else {
+      series::RegularStore r;
+      Fill(b, doubles, &r);
+      r.path = path;
+      r.start = b.times.front();
+      s = series::StoreRegular(file_, r);
+    }
+    if (s.ok()) return Status::kOk;
+    return s.code == series::SeriesCode::kFile ? s.file : Status::kInvalidArgument;
+  }
+  Status StorePaired(std::string_view path, const paired::PairedData& data) override {
+    return paired::WritePairedData(file_, path, data);
+  }
+  Status StoreText(std::string_view path, const paired::TextData& data) override {
+    return paired::WriteText(file_, path, data);
+  }
+
+ private:
+  static void Fill(const series::SeriesRead& b, bool doubles, series::SeriesInput* in) {
+    in->values = b.values;
+    in->doubles = doubles;
+    in->quality = b.quality;
+    in->quality_size = b.quality_size;
+    in->units = b.units;
+    in->type = b.type;
+    in->precision = b.precision;
+    in->user_header = b.user_header;
+  }
+  dss7::DssFile& file_;
+};
+
+}  // namespace
+
+std::unique_ptr<RecordWriter> MakeDss7RecordWriter(dss7::DssFile& file) {
+  return std::make_unique<Dss7RecordWriter>(file);
+}
+
+Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary) {
+  *summary = {};
+  std::vector<CatalogItem> items;
+  const Status s = source.file().Catalog(&items);
+  if (s != Status::kOk) return s;
+  const auto skip = [summary](const CatalogItem& c, const std::string& why) {
+    summary->skipped.emplace_back(c.listed_path, why);
+  };
+  for (const auto& c : items) {
+    Status r = Status::kOk;
+    if (IsSeries(c.type)) {
+      series::SeriesRead block;
+      r = source.ReadSeriesBlock(c, &block);
+      if (r == Status::kOk && block.values.empty()) {
+        skip(c, "no values");
+        continue;
+      }
+      if (r == Status::kOk) {
+        for (double& v : block.values)
+          if (series::IsMissing(v)) v = target.NeverWritten();
+        Trim(&block.units);
+        Trim(&block.type);
+        r = target.StoreSeriesBlock(c.path, c.type, block);
+      }
+    } else if (c.type >= 200 && c.type < 210) {
+      paired::PairedData data;
+      r = source.ReadPaired(c, &data);
+      if (r == Status::kOk) {
+        for (auto* text : {&data.units_independent, &data.type_independent, &data.units_dependent,
+                           &data.type_dependent})
+          Trim(text);
+        r = target.StorePaired(c.path, data);
+      }
+    } else if (c.type == 300 || (c.type == 310 && target.MajorVersion() == 7)) {
+      paired::TextData data;
+      r = source.ReadText(c, &data);
+      if (r == Status::kOk) r = target.StoreText(c.path, data);
+    } else {
+      skip(c, "record type " + std::to_string(c.type) + " has no form in DSS version " +
+                  std::to_string(target.MajorVersion()));
+      continue;
+    }
+    if (r == Status::kOk) {
+      ++summary->converted;
+    } else {
+      skip(c, dss7::StatusText(r));
+    }
+  }
+  return Status::kOk;
+}
+
+}  // namespace varnock::engine::container

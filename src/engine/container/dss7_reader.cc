@@ -1,0 +1,113 @@
+// DSS-7 behind the version-neutral interfaces: an adapter over DssFile and the existing
+// series, paired-data and text readers.
+#include <memory>
+
+#include "engine/container/record_reader.h"
+#include "engine/dss7/dss_file.h"
+#include "engine/paired/record_io.h"
+
+namespace varnock::engine::container {
+namespace {
+
+RecordInfo ToRecordInfo(const dss7::InfoBlock& b) {
+  RecordInfo r;
+  r.path = b.path;
+  r.address = b.address;
+  r.type = b.type;
+  r.version = b.version;
+  r.logical_count = b.logical_count;
+  r.area_length = b.area_length;
+  return r;
+}
+
+CatalogItem ToItem(dss7::CatalogEntry&& e) {
+  CatalogItem c;
+  c.listed_path = e.path;
+  c.path = std::move(e.path);
+  c.type = e.type;
+  c.info_address = e.info_address;
+  return c;
+}
+
+class Dss7Container final : public Container {
+ public:
+  explicit Dss7Container(std::unique_ptr<dss7::DssFile> file) : file_(std::move(file)) {}
+  dss7::DssFile& dss() { return *file_; }
+
+  int MajorVersion() const override { return 7; }
+  std::string VersionText() const override { return file_->version().text; }
+  Status Catalog(std::vector<CatalogItem>* out) override { return List(false, out); }
+  Status SortedCatalog(std::vector<CatalogItem>* out) override { return List(true, out); }
+  Status Lookup(std::string_view path, RecordInfo* out) override {
+    dss7::InfoBlock info;
+    const Status s = file_->Lookup(path, &info);
+    if (s == Status::kOk) *out = ToRecordInfo(info);
+    return s;
+  }
+  Status ReadRecord(std::string_view path, RecordAreas* out) override {
+    dss7::Record r;
+    const Status s = file_->ReadRecord(path, &r);
+    if (s != Status::kOk) return s;
+    out->info = ToRecordInfo(r.info);
+    out->areas = std::move(r.areas);
+    return Status::kOk;
+  }
+
+ private:
+  Status List(bool sorted, std::vector<CatalogItem>* out) {
+    std::vector<dss7::CatalogEntry> entries;
+    const Status s = sorted ? file_->SortedCatalog(&entries) : file_->Catalog(&entries);
+    out->clear();
+    for (auto& e : entries)
+      out->push_back(ToItem(std::move(e)));
+    return s;
+  }
+  std::unique_ptr<dss7::DssFile> file_;
+};
+
+Status FromSeries(const series::SeriesStatus& s) {
+  if (s.ok()) return Status::kOk;
+  if (s.code == series::SeriesCode::kFile) return s.file;
+  if (s.code == series::SeriesCode::kNotFound) return Status::kNotFound;
+  if (s.code == series::SeriesCode::kWrongType) return Status::kTypeMismatch;
+  return Status::kDamaged;
+}
+
+class Dss7RecordReader final : public RecordReader {
+ public:
+  explicit Dss7RecordReader(std::unique_ptr<dss7::DssFile> file) : file_(std::move(file)) {}
+
+  Container& file() override { return file_; }
+  Status ReadSeriesBlock(const CatalogItem& item, series::SeriesRead* out) override {
+    series::SeriesStatus status;
+    if (item.type >= 110 && item.type < 120) {
+      series::Instant first = 0, last = 0;
+      status = series::IrregularBlockWindow(item.path, &first, &last);
+      if (status.ok()) status = series::ReadIrregular(file_.dss(), item.path, first, last, out);
+    } else {
+      series::Instant start = 0;
+      int32_t count = 0;
+      status = series::RegularBlockWindow(item.path, &start, &count);
+      if (status.ok()) status = series::ReadRegular(file_.dss(), item.path, start, count, out);
+    }
+    return FromSeries(status);
+  }
+  Status ReadPaired(const CatalogItem& item, paired::PairedData* out) override {
+    return paired::ReadPairedData(file_.dss(), item.path, out);
+  }
+  Status ReadText(const CatalogItem& item, paired::TextData* out) override {
+    return paired::ReadText(file_.dss(), item.path, out);
+  }
+  bool BlankAfterEmptySeriesText() const override { return false; }
+
+ private:
+  Dss7Container file_;
+};
+
+}  // namespace
+
+std::unique_ptr<RecordReader> MakeDss7RecordReader(std::unique_ptr<dss7::DssFile> file) {
+  return std::make_unique<Dss7RecordReader>(std::move(file));
+}
+
+}  // namespace varnock::engine::container

@@ -1,0 +1,105 @@
+// The canonical dump of a whole file, through the version-neutral reader.
+#include <algorithm>
+#include <cstdio>
+
+#include "engine/container/record_reader.h"
+#include "engine/dates.h"
+#include "engine/paired/dump_lines.h"
+
+namespace varnock::engine::container {
+namespace {
+
+bool IsSeries(int32_t type) {
+  return type == 100 || type == 105 || type == 110 || type == 115;
+}
+bool IsPaired(int32_t type) {
+  return type >= 200 && type < 210;
+}
+bool IsText(int32_t type) {
+  return type == 300 || type == 310;
+}
+
+// ISO 8601 of an instant in seconds from julian 0 (2400 prints as 00:00 of the next day).
+void AppendIsoTime(int64_t instant, std::string* out) {
+  const int64_t days = instant >= 0 ? instant / 86400 : -((-instant + 86399) / 86400);
+  const int64_t seconds = instant - days * 86400;
+  const CivilDate date = JulianToYmd(static_cast<int32_t>(days));
+  char text[48];
+  const int n = std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02lld:%02lld:%02lld",
+                              static_cast<int>(date.year), static_cast<int>(date.month),
+                              static_cast<int>(date.day), static_cast<long long>(seconds / 3600),
+                              static_cast<long long>(seconds / 60 % 60),
+                              static_cast<long long>(seconds % 60));
+  out->append(text, static_cast<size_t>(std::max(n, 0)));
+}
+
+void AppendText(const char* key, const std::string& text, bool blank_when_empty, std::string* out) {
+  out->append(key);
+  if (!text.empty() || blank_when_empty) out->push_back(' ');
+  out->append(text);
+  out->push_back('\n');
+}
+
+void SeriesLines(const series::SeriesRead& read, int32_t type, bool blank_when_empty,
+                 std::string* out) {
+  AppendText("units", read.units, blank_when_empty, out);
+  AppendText("type", read.type, blank_when_empty, out);
+  out->append("count " + std::to_string(read.values.size()) + "\n");
+  const bool doubles = type % 10 >= 5;
+  char number[40];
+  for (size_t i = 0; i < read.values.size() && i < read.times.size(); ++i) {
+    AppendIsoTime(read.times[i], out);
+    const int n =
+        std::snprintf(number, sizeof number, doubles ? " %.17g\n" : " %.9g\n", read.values[i]);
+    out->append(number, static_cast<size_t>(std::max(n, 0)));
+  }
+}
+
+// A failed read prints HEC's "record not found" (-1), or our status negated.
+std::string ErrorLine(Status s) {
+  const int code = s == Status::kNotFound ? -1 : -static_cast<int>(s);
+  return "error " + std::to_string(code) + "\n";
+}
+
+std::string RecordLines(RecordReader& reader, const CatalogItem& item) {
+  std::string lines;
+  Status s = Status::kOk;
+  if (IsSeries(item.type)) {
+    series::SeriesRead read;
+    s = reader.ReadSeriesBlock(item, &read);
+    if (s == Status::kOk) SeriesLines(read, item.type, reader.BlankAfterEmptySeriesText(), &lines);
+  } else if (IsPaired(item.type)) {
+    paired::PairedData data;
+    s = reader.ReadPaired(item, &data);
+    if (s == Status::kOk) lines = paired::PairedDumpLines(data);
+  } else if (IsText(item.type)) {
+    paired::TextData data;
+    s = reader.ReadText(item, &data);
+    if (s == Status::kOk) lines = paired::TextDumpLines(data, item.type);
+  } else {
+    return "unsupported\n";
+  }
+  return s == Status::kOk ? lines : ErrorLine(s);
+}
+
+}  // namespace
+
+Status RenderDump(RecordReader& reader, std::string* out) {
+  std::vector<CatalogItem> items;
+  const Status s = reader.file().Catalog(&items);
+  if (s != Status::kOk) return s;
+  std::sort(items.begin(), items.end(), [](const CatalogItem& a, const CatalogItem& b) {
+    return a.listed_path < b.listed_path;
+  });
+  out->assign("DSSDUMP 1\nfile_version " + std::to_string(reader.file().MajorVersion()) +
+              "\nrecord_count " + std::to_string(items.size()) + "\n");
+  for (const auto& item : items) {
+    out->append("record " + item.listed_path + "\nrectype " + std::to_string(item.type) + "\n");
+    out->append(RecordLines(reader, item));
+    out->append("end\n");
+  }
+  out->append("END\n");
+  return Status::kOk;
+}
+
+}  // namespace varnock::engine::container

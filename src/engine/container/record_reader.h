@@ -1,0 +1,41 @@
+// Reading whole records of any DSS version into the engine's version-neutral structures: the
+// record layer of each version behind one interface, over that version's container. The
+// version byte of the file chooses which one OpenRecordReader returns.
+#ifndef VARNOCK_ENGINE_CONTAINER_RECORD_READER_H_
+#define VARNOCK_ENGINE_CONTAINER_RECORD_READER_H_
+
+#include <memory>
+#include <string>
+
+#include "engine/container/container.h"
+#include "engine/dss7/file_io.h"
+#include "engine/paired/paired_codec.h"
+#include "engine/paired/text_codec.h"
+#include "engine/series/series.h"
+
+namespace varnock::engine::container {
+
+class RecordReader {
+ public:
+  virtual ~RecordReader() = default;
+  virtual Container& file() = 0;
+  // The block a catalog item names, whole, as HEC's library of that version reads it back.
+  virtual Status ReadSeriesBlock(const CatalogItem& item, series::SeriesRead* out) = 0;
+  virtual Status ReadPaired(const CatalogItem& item, paired::PairedData* out) = 0;
+  virtual Status ReadText(const CatalogItem& item, paired::TextData* out) = 0;
+  // HEC's DSS-6 library hands an empty units or type text back as a field followed by a blank
+  // in the canonical dump; DSS-7's as the bare field name.
+  virtual bool BlankAfterEmptySeriesText() const = 0;
+};
+
+// Opens an existing DSS file read-only, DSS-6 or DSS-7 by its version byte: kOk, or
+// kNotDssFile, kIncompatibleVersion (another major version), kInvalidHeader, an I/O status.
+Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* out);
+Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out);
+
+// The canonical dump ("DSSDUMP 1") of every live record, in byte order of the listed names.
+Status RenderDump(RecordReader& reader, std::string* out);
+
+}  // namespace varnock::engine::container
+
+#endif  // VARNOCK_ENGINE_CONTAINER_RECORD_READER_H_
