@@ -27,4 +27,12 @@ ctest --test-dir build --output-on-failure -j "$(nproc)"
 if [ -f scripts/test_python.sh ]; then
   echo "== Python tests"
   bash scripts/test_python.sh build
+  echo "== Python install"
+  # The installed package imports from a staged install with no help from the build tree.
+  stage="$(mktemp -d)"
+  trap 'rm -rf "$stage"' EXIT
+  DESTDIR="$stage" cmake --install build --component python >/dev/null
+  site="$(sed -n 's/^VARNOCK_PYTHON_INSTALL_DIR:PATH=//p' build/CMakeCache.txt)"
+  (cd / && PYTHONPATH="$stage$site" /usr/bin/python3 -c \
+    "import varnock; varnock.CreateObject('Varnock23.DSSDatabase'); print('installed package imports')")
 fi
