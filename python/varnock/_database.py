@@ -412,14 +412,13 @@ def _write_paired(file, parts, frame, units, type, precision) -> None:
 
 def _restore(name: str, mode: Optional[str], connected: bool):
     """Unpickle a database: reopen it by name and mode, or leave it closed."""
-    if connected and mode:
+    if connected:
         return open(name, mode)
     from ._varnock import DSSDatabase
 
     db = DSSDatabase()
     db.Name = name
-    if connected:
-        db.Connect()
+    _state(db, mode)
     return db
 
 
