@@ -55,7 +55,7 @@ def test_round_trip_through_pandas(dss_path, pathname, series, dtype, interval):
     pd.testing.assert_index_equal(back.index, series.index, check_names=False)
     np.testing.assert_array_equal(back.to_numpy(), series.to_numpy().astype(dtype))
     assert back.name == pathname
-    assert back.attrs["units"] == "CFS" and back.attrs["type"] == "INST-VAL"
+    assert back.attrs["units"] == "cfs" and back.attrs["type"] == "INST-VAL"
     assert back.attrs["interval"] == interval
 
 

@@ -79,12 +79,14 @@ def datetime64_to_seconds(times) -> np.ndarray:
         times = times.to_numpy()
     array = np.asarray(times)
     if array.dtype.kind == "M":
-        nanoseconds = array.astype("datetime64[ns]") if array.dtype != "datetime64[s]" else None
-        if nanoseconds is None:
-            return array.view(np.int64).copy()
-        if np.isnat(nanoseconds).any():
+        if np.isnat(array).any():
             raise ValueError("times must not contain NaT")
-        return (nanoseconds.view(np.int64) + 500_000_000) // 1_000_000_000
+        unit, count = np.datetime_data(array.dtype)
+        if unit in ("ms", "us", "ns", "ps", "fs", "as"):
+            per_second = int(np.timedelta64(1, "s") // np.timedelta64(count, unit))
+            ticks = array.view(np.int64)
+            return (ticks + per_second // 2) // per_second
+        return array.astype("datetime64[s]").view(np.int64).copy()
     if array.dtype.kind in "iu":
         raise TypeError("times must be dates (datetime64, datetime or date texts), not integers")
     return np.array([to_seconds(item, "time") for item in array.ravel()], dtype=np.int64)
@@ -104,6 +106,9 @@ def to_seconds(value, what: str = "date") -> int:
     if isinstance(value, _dt.date):
         return (value - _dt.date(1970, 1, 1)).days * _SECONDS_PER_DAY
     if isinstance(value, str):
+        hec = _hec_date_text(value)
+        if hec is not None:
+            return hec
         try:
             return to_seconds(np.datetime64(value.strip().replace(" ", "T", 1)), what)
         except ValueError:
@@ -116,6 +121,20 @@ def to_seconds(value, what: str = "date") -> int:
             raise ValueError(f"{what} {value!r} is not a date") from None
     raise TypeError(f"{what} must be a date (datetime, numpy.datetime64, pandas.Timestamp or "
                     f"text), not {_type_name(value)}")
+
+
+def _hec_date_text(text: str) -> Optional[int]:
+    """Seconds of HEC's own date text: ``01Feb2021``, ``01Feb2021 0100``, ``01FEB2021 01:00``."""
+    pieces = text.split()
+    if not 1 <= len(pieces) <= 2:
+        return None
+    day = parse_block_date(pieces[0])
+    if day is None:
+        return None
+    clock = pieces[1].replace(":", "") if len(pieces) == 2 else "0000"
+    if len(clock) != 4 or not clock.isdigit() or int(clock[:2]) > 24 or int(clock[2:]) > 59:
+        return None
+    return day + int(clock[:2]) * 3600 + int(clock[2:]) * 60
 
 
 def add_months(seconds: int, months: int) -> int:

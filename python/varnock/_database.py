@@ -386,11 +386,13 @@ def _step_interval(seconds: np.ndarray):
         return None
     steps = np.diff(seconds)
     if (steps == steps[0]).all():
-        return _convert.interval_for_step(int(steps[0]))
+        fixed = _convert.interval_for_step(int(steps[0]))
+        if fixed is not None:
+            return fixed
+    first = int(seconds[0])
     for interval in (_convert.regular_interval("1Month"), _convert.regular_interval("1Year")):
-        first = int(seconds[0])
         if all(_convert.add_months(first, interval.months * i) == seconds[i]
-               for i in range(min(len(seconds), 3))):
+               for i in range(len(seconds))):
             return interval
     return None
 

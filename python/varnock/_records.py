@@ -84,7 +84,9 @@ def _series_repr(self) -> str:
 
 
 def _apply_pandas_metadata(record, series, pathname, units, type_):
-    name = pathname if pathname is not None else series.name
+    name = pathname
+    if name is None and isinstance(series.name, str) and series.name.startswith("/"):
+        name = series.name
     if name is not None:
         record.Pathname.Name = _convert.pathname_text(name)
     units = _pandas.optional_text(units, "units")
