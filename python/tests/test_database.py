@@ -117,7 +117,7 @@ def test_read_many_and_catalog_patterns(dss_path):
     with varnock.open(dss_path, "a") as db:
         for location in ("UP", "DOWN"):
             db.write(f"/A/{location}/FLOW//1Hour/F/", hourly_series(count=24 * 40))
-        db.write("/A/UP/STAGE//1Hour/F/", hourly_series(count=5))
+        db.write("/A/UP/STAGE//1Hour/F/", hourly_series(count=10))
         assert len(db.catalog()) == 5  # two blocks of each long series, one of the short
         assert set(db.catalog("/A//FLOW////")["B"]) == {"UP", "DOWN"}
         assert len(db.catalog("*/STAGE/*")) == 1

@@ -133,7 +133,10 @@ def _interval_candidates(seconds: np.ndarray) -> list:
 
 def _set_regular_times(self, times) -> None:
     """Set ``Starting`` (and ``Interval`` when unset) from regular dates, one per value."""
-    seconds = _convert.datetime64_to_seconds(times)
+    _set_regular_seconds(self, _convert.datetime64_to_seconds(times))
+
+
+def _set_regular_seconds(self, seconds: np.ndarray) -> None:
     count = self.ValueCount
     if count and len(seconds) != count:
         raise ValueError(f"times has {len(seconds)} dates but the series has {count} values")
@@ -167,7 +170,7 @@ def _regular_from_pandas(cls, series, pathname=None, units=None, type=None):
         grid[offsets // step] = values
         values = grid
         seconds = seconds[0] + step * np.arange(len(grid), dtype=np.int64)
-    _set_regular_times(record, seconds)
+    _set_regular_seconds(record, seconds)
     record._set_values_array(values)
     return record
 
