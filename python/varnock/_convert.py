@@ -17,7 +17,7 @@ MISSING = -901.0
 #: Marks values an operation could not produce; read as NaN like the missing marker.
 NOT_COMPUTED = -902.0
 # Slots of a DSS-7 block that were never written read back as the lowest float.
-_UNDEFINED_BELOW = -3.4e38
+UNDEFINED_BELOW = -3.4e38
 
 _SECONDS_PER_DAY = 86400
 
@@ -29,7 +29,7 @@ def markers_to_nan(values: np.ndarray) -> np.ndarray:
     result = np.array(values, copy=True)
     if result.dtype.kind != "f":
         result = result.astype(np.float64)
-    missing = (result == MISSING) | (result == NOT_COMPUTED) | (result < _UNDEFINED_BELOW)
+    missing = (result == MISSING) | (result == NOT_COMPUTED) | (result < UNDEFINED_BELOW)
     result[missing] = np.nan
     return result
 

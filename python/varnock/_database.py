@@ -220,7 +220,9 @@ def _read_arrays(self, pathname, start=None, end=None) -> dict:
         return {"paired": _read_other(file, text)}
     times = np.asarray(data["times"], dtype=np.int64)
     values = np.asarray(data["values"])
-    if kept is not None:
+    if kept is None:
+        times, values = _without_unwritten_ends(times, values)
+    else:
         keep = np.ones(len(times), dtype=bool)
         if kept[0] is not None:
             keep &= times >= kept[0]
@@ -230,6 +232,17 @@ def _read_arrays(self, pathname, start=None, end=None) -> dict:
             times, values = times[keep], values[keep]
     data["times"], data["values"] = times, values
     return data
+
+
+def _without_unwritten_ends(times: np.ndarray, values: np.ndarray):
+    """A whole series without the never-written slots before its first and after its last
+    written value (DSS-7 blocks hold them as the lowest float); missing values stay."""
+    written = np.flatnonzero(values >= _convert.UNDEFINED_BELOW)
+    if len(written) == len(values):
+        return times, values
+    if len(written) == 0:
+        return times[:0], values[:0]
+    return times[written[0]:written[-1] + 1], values[written[0]:written[-1] + 1]
 
 
 def _read_other(file, text: str):
@@ -249,7 +262,8 @@ def _read(self, pathname, start=None, end=None):
 
     ``pathname`` may be written as ``catalog()`` lists it (``1Hour``, ``15Minute``,
     ``IR-Month``, ``~1Day``, any case) or in the automation spelling (``1HOUR``, ``15MIN``,
-    ``1MON``). A blank D part reads the whole series; a D part naming a block (``01Jan2021``,
+    ``1MON``). A blank D part reads the whole series, from its first to its last written
+    value; a D part naming a block (``01Jan2021``,
     or ``01Jan2021 - 01MAR2021`` from a condensed catalog) reads those blocks; ``start`` and
     ``end`` (dates, inclusive) select a window instead. Missing values are NaN; float records
     give float32, double records float64. ``attrs`` holds ``units``, ``type``, ``interval``
