@@ -53,6 +53,8 @@ def read_dump(path: pathlib.Path) -> dict:
             record = None
         elif key[:1].isdigit() or key == "row":
             rows.append(line)
+        elif key == "labels":
+            record["has_labels"] = rest == "1"
         elif key == "label":
             record.setdefault("labels", []).append(rest.partition(" ")[2])
         else:

@@ -44,10 +44,10 @@ def written(dss_path, pathname, series, **options):
                index=pd.to_datetime(["2021-01-03 00:45", "2021-01-20 13:13",
                                      "2021-02-01 00:00", "2021-03-15 23:59"])),
      np.float32, "IR-Month"),
-    ("/A/GAGE/STAGE//~1Day/PSEUDO/",
+    ("/A/GAGE/STAGE//IR-YEAR/DOUBLE/",
      pd.Series([1.0, 2.0, 3.0], index=pd.to_datetime(
-         ["2021-01-01 00:00", "2021-01-02 00:00", "2021-01-04 00:00"])),
-     np.float64, "~1Day"),
+         ["2021-01-01 00:00", "2021-01-02 00:00", "2021-12-04 00:00"])),
+     np.float64, "IR-YEAR"),
 ])
 def test_round_trip_through_pandas(dss_path, pathname, series, dtype, interval):
     back = written(dss_path, pathname, series, units="cfs", type="INST-VAL")

@@ -56,7 +56,7 @@ def test_paired_data_reads_as_its_dump(fixtures_dir, dump_of):
                 np.testing.assert_array_equal(frame.index.to_numpy(), record["ordinates"])
                 np.testing.assert_array_equal(frame.to_numpy().T, as_read(record["curves"]))
                 assert frame.dtypes.iloc[0] == record["curves"].dtype
-                if record.get("labels") == "1":
+                if record["has_labels"]:
                     assert list(frame.columns) == record["labels"]
                 assert frame.attrs["units"] == (record["units_independent"],
                                                 record["units_dependent"])
@@ -65,7 +65,7 @@ def test_paired_data_reads_as_its_dump(fixtures_dir, dump_of):
 def test_raw_values_through_numpy_keep_the_markers(fixtures_dir, dump_of):
     """read_numpy maps markers to NaN; the automation class holds -901 exactly."""
     record = dump_of("fixture7.dss")["/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/"]
-    present = ~np.isnan(as_read(record["values"]))
+    present = record["values"] > -3.4e38  # written slots, missing markers included
     first = record["times"][present][0]
     ts = varnock.RegularTimeSeries()
     ts.Pathname.Name = "/FIXTURES/HOURLY/FLOW//1HOUR/F77-ZSRTS/"

@@ -423,7 +423,7 @@ def _write_paired(file, parts, frame, units, type, precision) -> None:
     file.write_paired(_convert.join_pathname(parts),
                       _convert.nan_to_markers(ordinates, dtype),
                       np.stack([_convert.nan_to_markers(curve, dtype) for curve in curves]),
-                      labels, units, types)
+                      labels, units, types, doubles=dtype == np.float64)
 
 
 def _restore(name: str, mode: Optional[str], connected: bool):
