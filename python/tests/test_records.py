@@ -107,13 +107,13 @@ def test_paired_data_arrays_and_frame():
     assert list(back.columns) == ["SUMMER", "WINTER"]
     np.testing.assert_array_equal(back.index.to_numpy(), [200, 210])
     assert back.attrs["units"] == ("FT", "ACRES")
-    assert "2 curve(s) of 2 ordinates" in repr(pd_record)
+    assert "2 curves x 2 ordinates" in repr(pd_record)
 
 
 def test_repr_shows_pathname_count_and_range():
     text = repr(hourly(24))
     assert "/BASIN/GAGE/FLOW//1HOUR/OBS/" in text
-    assert "24 values" in text and "2021-01-01T01:00:00 to 2021-01-02T00:00:00" in text
+    assert "24 values" in text and "2021-01-01 01:00:00 .. 2021-01-02 00:00:00" in text
     assert "RegularTimeSeries" in repr(varnock.RegularTimeSeries())  # unset start: no error
 
 

@@ -137,7 +137,7 @@ def _mode(self) -> Optional[str]:
 def _repr(self) -> str:
     mode = _mode(self)
     state = "open" if self.IsConnected else "closed"
-    return f"<DSSDatabase {self.Name!r}{f' mode {mode!r}' if mode else ''}, {state}>"
+    return f"<varnock.DSSDatabase {self.Name}{f' mode {mode!r}' if mode else ''}, {state}>"
 
 
 def _julian_date(julian: int):

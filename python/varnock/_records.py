@@ -24,14 +24,6 @@ def _datetime(seconds: int) -> _dt.datetime:
     return _dt.datetime(1970, 1, 1) + _dt.timedelta(seconds=int(seconds))
 
 
-def _range_text(times: np.ndarray) -> str:
-    if len(times) == 0:
-        return "no values"
-    first, last = _convert.seconds_to_datetime64(times[[0, -1]])
-    count = f"{len(times)} value{'s' if len(times) != 1 else ''}"
-    return f"{count}, {first} to {last}"
-
-
 # --- members shared by both series classes ---------------------------------------------------
 
 def _get_values(self) -> np.ndarray:
@@ -51,10 +43,6 @@ def _get_flags(self) -> np.ndarray:
     return np.asarray(self._flags_array(), dtype=np.int32)
 
 
-def _len(self) -> int:
-    return self.ValueCount
-
-
 def _iter(self):
     """Pairs (``datetime64[s]``, value) in series order."""
     return iter(zip(self.times, self.values))
@@ -72,15 +60,6 @@ def _to_pandas(self):
     attrs = {"pathname": name, "units": self.TsUnits, "type": self.TsType,
              "interval": self.Pathname.Epart.strip()}
     return _pandas.to_series(seconds, self._values_array(), name, attrs)
-
-
-def _series_repr(self) -> str:
-    try:
-        times = self._times_array() if self.ValueCount else np.empty(0, np.int64)
-        span = _range_text(times)
-    except Exception:
-        span = f"{self.ValueCount} values, no start"
-    return f"<{type(self).__name__} {_record_name(self) or '(no pathname)'}: {span}>"
 
 
 def _apply_pandas_metadata(record, series, pathname, units, type_):
@@ -270,17 +249,6 @@ def _axis_pair(value, what: str) -> tuple:
     raise TypeError(f"{what} must be text or a pair of texts (first axis, second axis)")
 
 
-def _paired_repr(self) -> str:
-    try:
-        span = f"{self.Ncurve} curve(s) of {self.Nord} ordinates"
-        if self.Nord:
-            ordinates = self._ordinates_array()
-            span += f", {ordinates[0]:g} to {ordinates[-1]:g}"
-    except Exception:
-        span = "unsized"
-    return f"<PairedData {_record_name(self) or '(no pathname)'}: {span}>"
-
-
 def install(module) -> None:
     """Add the members above to the extension's record classes."""
     for cls, set_values, set_times, from_pandas in (
@@ -293,13 +261,10 @@ def install(module) -> None:
         cls.flags = property(_get_flags, doc=_get_flags.__doc__)
         cls.to_pandas = _to_pandas
         cls.from_pandas = classmethod(from_pandas)
-        cls.__len__ = _len
         cls.__iter__ = _iter
-        cls.__repr__ = _series_repr
     paired = module.PairedData
     paired.ordinates = property(_get_ordinates, doc=_get_ordinates.__doc__)
     paired.curves = property(_get_curves, doc=_get_curves.__doc__)
     paired.labels = property(_get_labels, doc=_get_labels.__doc__)
     paired.to_pandas = _paired_to_pandas
     paired.from_pandas = classmethod(_paired_from_pandas)
-    paired.__repr__ = _paired_repr
