@@ -180,6 +180,8 @@ def test_open_modes(dss_path):
     (lambda db: db.write("/A/B/C//1Hour/F/", hourly_series(), units=5), TypeError, "units"),
     (lambda db: db.write("/A/B/C//1Day/F/", hourly_series()), ValueError, "1Day"),
     (lambda db: db.catalog(pattern=3), TypeError, "pattern"),
+    (lambda db: db.read("/A/B/C//1Hour/NONE/"), varnock.AutomationError, "no record"),
+    (lambda db: db.read("/A/B/C///NONE/"), ValueError, "no record /A/B/C///NONE/"),
 ])
 def test_bad_input_raises_clear_errors(dss_path, call, error, text):
     with varnock.open(dss_path, "a") as db:

@@ -138,3 +138,16 @@ def test_series_pickle_by_value():
 def test_bad_input_raises_clear_errors(action, error):
     with pytest.raises(error):
         action(hourly(5))
+
+
+@pytest.mark.parametrize("owner, names", [
+    (varnock, ["open"]),
+    (varnock.DSSDatabase, ["close", "closed", "mode", "catalog", "read", "read_numpy",
+                           "read_many", "write"]),
+    (varnock.RegularTimeSeries, ["values", "times", "flags", "to_pandas", "from_pandas"]),
+    (varnock.IrregTimeSeries, ["values", "times", "flags", "to_pandas", "from_pandas"]),
+    (varnock.PairedData, ["ordinates", "curves", "labels", "to_pandas", "from_pandas"]),
+])
+def test_the_pythonic_members_are_documented(owner, names):
+    for name in names:
+        assert (getattr(owner, name).__doc__ or "").strip(), name

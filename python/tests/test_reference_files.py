@@ -94,3 +94,9 @@ def test_condensed_catalog_and_read_many_of_the_fixture(fixtures_dir):
         assert list(wide.columns) == ["/FIXTURES/HOURLY/ELEV//6Hour/C-DOUBLE/",
                                       "/FIXTURES/HOURLY/FLOW//1Hour/F77-ZSRTS/"]
         assert wide.dtypes.tolist() == [np.float64, np.float32]
+
+
+def test_text_records_are_refused_by_name(fixtures_dir):
+    with varnock.open(fixtures_dir / "fixture7.dss") as db:
+        with pytest.raises(TypeError, match="/FIXTURES/NOTES/README///C-ZTEXTSTORE/ is a TXT"):
+            db.read("/FIXTURES/NOTES/README///C-ZTEXTSTORE/")
