@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import calendar
 import datetime as _dt
+import functools
 from typing import NamedTuple, Optional, Sequence
 
 import numpy as np
@@ -179,6 +180,7 @@ def _matches(text: str, name: str) -> bool:
     return len(text) >= 4 and text[:length].upper() == name[:length].upper()
 
 
+@functools.lru_cache(maxsize=256)
 def regular_interval(e_part: str) -> Optional[Interval]:
     """The regular interval an E part names (``1Hour``, ``1HOUR``, ``15MIN``), else None."""
     text = e_part.strip()
@@ -188,6 +190,7 @@ def regular_interval(e_part: str) -> Optional[Interval]:
     return None
 
 
+@functools.lru_cache(maxsize=256)
 def irregular_block(e_part: str) -> Optional[str]:
     """The irregular block an E part names (``IR-Day``, ``~1Day`` -> its block), else None."""
     text = e_part.strip()

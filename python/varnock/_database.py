@@ -93,14 +93,14 @@ def _engine_file(db, write: bool = False):
     if write and state.mode == "r":
         raise io.UnsupportedOperation(f"{db.Name} is open read-only (mode 'r'); "
                                       f"open it with mode 'a' to write")
-    path = os.path.abspath(db.Name)
-    if state.file is None or state.path != path:
+    if state.file is None or state.path != db.Name:
         from ._varnock import _engine
 
         state.close()
+        path = os.path.abspath(db.Name)
         writable = state.mode == "a" if state.mode else os.access(path, os.W_OK)
         state.file = _engine.File(path, writable=writable)
-        state.path = path
+        state.path = db.Name
     return state.file
 
 
@@ -193,56 +193,30 @@ def _catalog(self, pattern: Optional[str] = None, condensed: bool = False):
 
 
 def _window(parts, start, end):
-    """(engine window, kept range) of a read: the dates given, else the blocks D names."""
+    """The inclusive engine window of a read: the dates given, else the blocks D names."""
     if start is not None or end is not None:
         first = None if start is None else _convert.to_seconds(start, "start")
         last = None if end is None else _convert.to_seconds(end, "end")
         if first is not None and last is not None and last < first:
             raise ValueError(f"end ({end}) is before start ({start})")
-        return (first, last), (first, last)
+        return first, last
     named = _convert.d_part_window(parts[3], parts[4])
     if named is None:
-        return (None, None), None
+        return None, None
     # A block holds the times after its start date up to the next block's start (2400).
-    return named, (named[0] + 1, named[1])
+    return named[0] + 1, named[1]
 
 
 def _read_arrays(self, pathname, start=None, end=None) -> dict:
     parts = _convert.split_pathname(pathname)
     text = _convert.join_pathname(parts)
     file = _engine_file(self)
-    (first, last), kept = _window(parts, start, end)
+    first, last = _window(parts, start, end)
     if _convert.regular_interval(parts[4]) is not None:
-        data = file.read_regular(text, first, last)
-    elif _convert.irregular_block(parts[4]) is not None:
-        data = file.read_irregular(text, first, last)
-    else:
-        return {"paired": _read_other(file, text)}
-    times = np.asarray(data["times"], dtype=np.int64)
-    values = np.asarray(data["values"])
-    if kept is None:
-        times, values = _without_unwritten_ends(times, values)
-    else:
-        keep = np.ones(len(times), dtype=bool)
-        if kept[0] is not None:
-            keep &= times >= kept[0]
-        if kept[1] is not None:
-            keep &= times <= kept[1]
-        if not keep.all():
-            times, values = times[keep], values[keep]
-    data["times"], data["values"] = times, values
-    return data
-
-
-def _without_unwritten_ends(times: np.ndarray, values: np.ndarray):
-    """A whole series without the never-written slots before its first and after its last
-    written value (DSS-7 blocks hold them as the lowest float); missing values stay."""
-    written = np.flatnonzero(values >= _convert.UNDEFINED_BELOW)
-    if len(written) == len(values):
-        return times, values
-    if len(written) == 0:
-        return times[:0], values[:0]
-    return times[written[0]:written[-1] + 1], values[written[0]:written[-1] + 1]
+        return file.read_regular(text, first, last)
+    if _convert.irregular_block(parts[4]) is not None:
+        return file.read_irregular(text, first, last)
+    return {"paired": _read_other(file, text)}
 
 
 def _read_other(file, text: str):
