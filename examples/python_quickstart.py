@@ -39,4 +39,5 @@ with varnock.open(FILE, "a") as db:
     again = db.read(DAILY)
     assert np.allclose(again.to_numpy(), daily.to_numpy().astype("float32"))
     print(again.head(3))
-    print(db.catalog(condensed=True)[["pathname", "record_type", "start", "end"]])
+    catalog = db.catalog(condensed=True)
+    print(catalog[["pathname", "record_type", "start", "end"]].to_string())
