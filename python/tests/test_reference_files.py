@@ -100,3 +100,19 @@ def test_text_records_are_refused_by_name(fixtures_dir):
     with varnock.open(fixtures_dir / "fixture7.dss") as db:
         with pytest.raises(TypeError, match="/FIXTURES/NOTES/README///C-ZTEXTSTORE/ is a TXT"):
             db.read("/FIXTURES/NOTES/README///C-ZTEXTSTORE/")
+
+
+@pytest.mark.parametrize("pathname, minutes", [
+    ("/FIXTURES/QUARTER/PRECIP//15Minute/C-ZTSSTORE/", 15),
+    ("/FIXTURES/MONTHLY/VOLUME//1Month/C-ZTSSTORE/", 43200),
+    ("/FIXTURES/DAILY/TEMP//1Day/F77-OFFSET/", 1440),
+])
+def test_file_spellings_become_automation_series(fixtures_dir, pathname, minutes):
+    """A series read under the file's E spelling turns into a RegularTimeSeries and back."""
+    with varnock.open(fixtures_dir / "fixture7.dss") as db:
+        series = db.read(pathname)
+    ts = varnock.RegularTimeSeries.from_pandas(series)
+    assert ts.Interval == minutes and ts.TsUnits == series.attrs["units"].upper()
+    back = ts.to_pandas()
+    np.testing.assert_array_equal(back.index.to_numpy(), series.index.to_numpy())
+    np.testing.assert_array_equal(back.to_numpy(), series.to_numpy())

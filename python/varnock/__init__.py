@@ -3,6 +3,11 @@
 The automation classes (DSSDatabase, Pathname, RegularTimeSeries, IrregTimeSeries, PairedData,
 GriddedData), their interfaces and enumerations come from the extension ``varnock._varnock``;
 every enumeration member is also available at module level.
+
+On top of them: ``varnock.open(path, mode)`` returns a ``DSSDatabase`` that is a context
+manager and reads and writes pandas objects in one line (``db.read``, ``db.write``,
+``db.read_many``, ``db.catalog``); every series has ``values`` and ``times`` as NumPy arrays and
+``to_pandas``/``from_pandas``. Missing values are NaN in NumPy and pandas, -901 in the file.
 """
 
 from ._varnock import *  # noqa: F401,F403
