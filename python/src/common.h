@@ -36,8 +36,10 @@ py::object DateToPython(Date date);
 bool DateFromPython(py::handle value, Date& out);
 py::object VariantToPython(const Variant& value);
 Variant VariantFromPython(py::handle value);
-// A bound object as the automation Object, or nullptr when `value` is none of ours.
+// A bound object as the automation Object, or nullptr when `value` is none of ours; and back
+// (None for Nothing).
 std::shared_ptr<Object> ObjectFromPython(py::handle value);
+py::object ObjectToPython(const std::shared_ptr<Object>& object);
 
 // The IntEnum class of an enumeration, and a value as its member (a plain int when the
 // enumeration has no such member).

@@ -133,8 +133,11 @@ void InitInterfaces(py::module_& m) {
       .VARNOCK_PROPERTY(IHTSLStream, Domain)
       .VARNOCK_PROPERTY(IHTSLStream, Location)
       .VARNOCK_PROPERTY(IHTSLStream, ValueType)
-      .def("FromDOM", &IHTSLStream::FromDOM, py::arg("pHTSL"))
-      .def("ToDOM", &IHTSLStream::ToDOM);
+      .def(
+          "FromDOM",
+          [](IHTSLStream& self, py::object document) { self.FromDOM(ObjectFromPython(document)); },
+          py::arg("pHTSL"))
+      .def("ToDOM", [](IHTSLStream& self) { return ObjectToPython(self.ToDOM()); });
 
   py::class_<IRTSTransform, std::shared_ptr<IRTSTransform>>(
       m, "IRTSTransform", "Transforms of a regular series, and its summary statistics.")

@@ -191,6 +191,10 @@ bool DateFromPython(py::handle value, Date& out) {
   return false;
 }
 
+py::object ObjectToPython(const std::shared_ptr<Object>& object) {
+  return object ? py::cast(object) : py::none();
+}
+
 py::object NullObject() {
   return *g_null;
 }
@@ -224,10 +228,8 @@ py::object VariantToPython(const Variant& value) {
       return py::str(value.ToString());
     case vbBoolean:
       return py::bool_(value.ToBoolean());
-    case vbObject: {
-      std::shared_ptr<Object> object = value.ToObject();
-      return object ? py::cast(object) : py::none();
-    }
+    case vbObject:
+      return ObjectToPython(value.ToObject());
     default:
       break;
   }
@@ -321,7 +323,8 @@ void InitErrorsAndValues(py::module_& m) {
   });
 
   m.def(
-      "CreateObject", [](const std::string& prog_id) { return CreateObject(prog_id); },
+      "CreateObject",
+      [](const std::string& prog_id) { return ObjectToPython(CreateObject(prog_id)); },
       py::arg("ProgID"),
       "A new object of the class registered under ProgID (\"Varnock23.RegularTimeSeries\").");
   m.def("IntervalMinutes", &IntervalMinutes, py::arg("name"),

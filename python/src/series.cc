@@ -91,8 +91,13 @@ void InitRegular(py::module_& m) {
       .def("SetValue", py::overload_cast<int32_t, float>(&RegularTimeSeries::Value),
            py::arg("lngIndex"), py::arg("value"))
       .VARNOCK_PROPERTY(RegularTimeSeries, Ending)
-      .def("ScriptQueryInterface", &RegularTimeSeries::ScriptQueryInterface,
-           py::arg("InterfaceType"))
+      .def(
+          "ScriptQueryInterface",
+          [](RegularTimeSeries& self, const std::string& name) {
+            return ObjectToPython(self.ScriptQueryInterface(name));
+          },
+          py::arg("InterfaceType"),
+          "This object seen through the interface named (the same object), or None.")
       .VARNOCK_PROPERTY(RegularTimeSeries, WindowStart)
       .VARNOCK_PROPERTY(RegularTimeSeries, WindowEnd)
       .VARNOCK_PROPERTY(RegularTimeSeries, IntervalSnap)
@@ -218,7 +223,13 @@ void InitIrregular(py::module_& m) {
            py::arg("lngIndex"))
       .def("SetValue", py::overload_cast<int32_t, float>(&IrregTimeSeries::Value),
            py::arg("lngIndex"), py::arg("value"))
-      .def("ScriptQueryInterface", &IrregTimeSeries::ScriptQueryInterface, py::arg("InterfaceType"))
+      .def(
+          "ScriptQueryInterface",
+          [](IrregTimeSeries& self, const std::string& name) {
+            return ObjectToPython(self.ScriptQueryInterface(name));
+          },
+          py::arg("InterfaceType"),
+          "This object seen through the interface named (the same object), or None.")
       .def(
           "_values_array", [](IrregTimeSeries& self) { return ValuesOf(self); },
           "The values as a new float32 array (missing markers as stored).")
