@@ -25,6 +25,9 @@ struct EngineCall {
   std::lock_guard<std::mutex> lock{FrameMutex()};
 };
 
+// A new DSSDatabase whose destruction (which closes its file) waits for the frame's lock.
+std::shared_ptr<DSSDatabase> NewDatabase();
+
 // Seconds since 1970-01-01 00:00 of an automation date (its own clock, no time zone), rounded
 // to the second, and back. Dates before 30 December 1899 keep the automation rule that the
 // fraction counts forward from midnight.

@@ -7,6 +7,12 @@ namespace {
 
 using Guard = py::call_guard<EngineCall>;
 
+std::string Trimmed(const std::string& text) {
+  return TrimBlanks(text);
+}
+
+}  // namespace
+
 // A database whose last reference may go while another thread is inside the engine: its
 // disconnect waits for the frame like every other engine call.
 std::shared_ptr<DSSDatabase> NewDatabase() {
@@ -21,12 +27,6 @@ std::shared_ptr<DSSDatabase> NewDatabase() {
     }
   });
 }
-
-std::string Trimmed(const std::string& text) {
-  return TrimBlanks(text);
-}
-
-}  // namespace
 
 std::shared_ptr<Object> ObjectFromPython(py::handle value) {
 #define VARNOCK_TRY_OBJECT(T)   \

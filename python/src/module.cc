@@ -324,7 +324,11 @@ void InitErrorsAndValues(py::module_& m) {
 
   m.def(
       "CreateObject",
-      [](const std::string& prog_id) { return ObjectToPython(CreateObject(prog_id)); },
+      [](const std::string& prog_id) {
+        std::shared_ptr<Object> object = CreateObject(prog_id);
+        if (std::dynamic_pointer_cast<DSSDatabase>(object)) object = NewDatabase();
+        return ObjectToPython(object);
+      },
       py::arg("ProgID"),
       "A new object of the class registered under ProgID (\"Varnock23.RegularTimeSeries\").");
   m.def("IntervalMinutes", &IntervalMinutes, py::arg("name"),

@@ -3,7 +3,10 @@ CreateObject, conversions, bad input, pickling, the engine handle and threads.""
 
 import datetime
 import enum
+import os
 import pickle
+import subprocess
+import sys
 import threading
 
 import numpy as np
@@ -253,3 +256,17 @@ def test_threads_share_the_engine_safely(tmp_path):
     for thread in threads:
         thread.join()
     assert errors == []
+
+
+def test_nothing_is_printed_on_success(tmp_path):
+    script = f"""
+import datetime, numpy, varnock
+db = varnock.DSSDatabase(); db.Name = {str(tmp_path / 'quiet.dss')!r}; db.Connect(True)
+ts = varnock.RegularTimeSeries(); ts.Pathname.Name = "/A/B/C//1DAY/F/"
+ts.Starting = datetime.datetime(2020, 1, 1); ts._set_values_array(numpy.ones(10, "f4"))
+ts.Store(db); ts.Retrieve(db); db.MakeNewCatalog(); db.AsRecordset(); db.Inquire("NAME")
+db.Disconnect()
+"""
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
+                          env=dict(os.environ), timeout=120)
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
