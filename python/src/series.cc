@@ -118,7 +118,19 @@ void InitRegular(py::module_& m) {
           },
           py::arg("values"), "Sets ValueCount to len(values) and every value.")
       .def(
-          "_times_array", [](RegularTimeSeries& self) { return TimesOf(self); },
+          "_times_array",
+          [](RegularTimeSeries& self) {
+            // Steps of up to a week are whole minutes from the start; months, years and the
+            // snap to interval ends take the series' own date arithmetic.
+            const int32_t interval = self.Interval();
+            if (interval <= 0 || interval > 10080 || self.IntervalSnap() || self.ValueCount() == 0)
+              return TimesOf(self);
+            const int64_t first = DateToUnixSeconds(self.DateTime(0));
+            Int64Array out(self.ValueCount());
+            for (int32_t i = 0; i < self.ValueCount(); ++i)
+              out.mutable_data()[i] = first + int64_t{60} * interval * i;
+            return out;
+          },
           "Seconds since 1970-01-01 of each value's date, as int64.")
       .def(
           "_flags_array",

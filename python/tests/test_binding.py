@@ -140,6 +140,20 @@ def test_variants_map_to_python_values():
     assert d.Item("big") == float(2 ** 40)
 
 
+@pytest.mark.parametrize("epart, snap", [("1MIN", False), ("15MIN", False), ("1HOUR", False),
+                                         ("1DAY", False), ("1WEEK", False), ("1MON", False),
+                                         ("1YEAR", False), ("1HOUR", True), ("1DAY", True)])
+def test_times_array_agrees_with_date_time(epart, snap):
+    ts = varnock.RegularTimeSeries()
+    ts.Pathname.Name = f"/A/B/C//{epart}/F/"
+    ts.Starting = datetime.datetime(1899, 11, 30, 7, 13, 20)
+    ts.IntervalSnap = snap
+    ts.ValueCount = 400
+    epoch = datetime.datetime(1970, 1, 1)
+    expected = [int((ts.DateTime(i) - epoch).total_seconds()) for i in range(400)]
+    np.testing.assert_array_equal(ts._times_array(), expected)
+
+
 def test_bulk_accessors_round_trip():
     ts = varnock.RegularTimeSeries()
     ts.Pathname.Name = "/A/B/C//15MIN/F/"
