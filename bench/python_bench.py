@@ -81,7 +81,7 @@ def engine_read(path: pathlib.Path) -> None:
 def cxx_figures(binary: pathlib.Path) -> dict:
     """Milliseconds per iteration of the 200 x 8760 cases of varnock_bench."""
     result = subprocess.run(
-        [str(binary), "--benchmark_filter=BM_(Engine|Class)(Store|Retrieve)/0$",
+        [str(binary), "--benchmark_filter=BM_(Engine|Class)(Store|Retrieve)/0(/|$)",
          "--benchmark_format=json"], capture_output=True, text=True, check=True)
     figures = {}
     for case in json.loads(result.stdout)["benchmarks"]:
