@@ -4,6 +4,7 @@
 #include <array>
 #include <climits>
 #include <cstdio>
+#include <string>
 
 #include "engine/dates.h"
 #include "engine/fixed_text.h"
@@ -136,7 +137,39 @@ DaySecond SplitInstant(Instant t) {
   return {static_cast<int32_t>(day), static_cast<int32_t>(t - day * kDay)};
 }
 
+namespace {
+
+// The block of a pseudo-regular series ("~1Day"): irregular, in blocks chosen from the nominal
+// interval as HEC chooses them for DSS-7 files.
+BlockKind PseudoRegularBlock(int64_t nominal_seconds) {
+  if (nominal_seconds < 1800) return B::kDay;
+  if (nominal_seconds < 21600) return B::kMonth;
+  if (nominal_seconds < kWeek) return B::kYear;
+  if (nominal_seconds < 30 * kDay) return B::kDecade;
+  return B::kCentury;
+}
+
+struct PseudoRegularTable {
+  std::array<std::string, kIntervals.size()> names;
+  std::array<Interval, kIntervals.size()> intervals;
+  PseudoRegularTable() {
+    for (size_t i = 0; i < kIntervals.size(); ++i) {
+      names[i] = "~" + std::string(kIntervals[i].name);
+      intervals[i] =
+          Interval{names[i], 0, C::kFixed, PseudoRegularBlock(kIntervals[i].seconds), true};
+    }
+  }
+};
+
+}  // namespace
+
 const Interval* FindInterval(std::string_view e_part) {
+  if (!e_part.empty() && e_part.front() == '~') {
+    const Interval* regular = FindInterval(e_part.substr(1));
+    if (regular == nullptr || regular->irregular) return nullptr;
+    static const PseudoRegularTable pseudo;
+    return &pseudo.intervals[static_cast<size_t>(regular - kIntervals.data())];
+  }
   if (e_part.size() < 4) return nullptr;
   for (const Interval& iv : kIntervals) {
     const size_t n = std::min(e_part.size(), iv.name.size());

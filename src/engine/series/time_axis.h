@@ -39,7 +39,9 @@ struct Interval {
 };
 
 // HEC's recognition: case-insensitive, over min(input, entry) characters, in table order;
-// inputs shorter than 4 characters never match. Null when unknown.
+// inputs shorter than 4 characters never match. Null when unknown. A leading "~" names the
+// pseudo-regular (irregular) series of a regular interval ("~1Day"), kept in the block that
+// HEC picks from the nominal interval.
 const Interval* FindInterval(std::string_view e_part);
 
 // First day of the block holding day `julian`, and of the block after it.

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "engine/dates.h"
 
 namespace varnock::engine::series {
@@ -36,6 +38,22 @@ TEST(SeriesTimeAxis, RecognisesHecAndDss6Spellings) {
   EXPECT_TRUE(Iv("IR-DAY").irregular);
   EXPECT_EQ(BlockDate(Day(2020, 1, 1)), "01Jan2020");
   EXPECT_EQ(Day(2020, 1, 1), 43830);
+}
+
+TEST(SeriesTimeAxis, PseudoRegularIntervalsAreIrregularInBlocksOfTheirNominalStep) {
+  const std::tuple<const char*, const char*, BlockKind> cases[] = {
+      {"~15Minute", "~15Minute", BlockKind::kDay}, {"~1hour", "~1Hour", BlockKind::kMonth},
+      {"~6Hour", "~6Hour", BlockKind::kYear},      {"~1DAY", "~1Day", BlockKind::kYear},
+      {"~1Week", "~1Week", BlockKind::kDecade},    {"~1Month", "~1Month", BlockKind::kCentury},
+      {"~1Year", "~1Year", BlockKind::kCentury}};
+  for (const auto& [input, name, block] : cases) {
+    const Interval& iv = Iv(input);
+    EXPECT_EQ(iv.name, name) << input;
+    EXPECT_TRUE(iv.irregular) << input;
+    EXPECT_EQ(iv.block, block) << input;
+  }
+  for (const char* refused : {"~", "~IR-Day", "~1HO", "~~1Day"})
+    EXPECT_EQ(FindInterval(refused), nullptr) << refused;
 }
 
 TEST(SeriesTimeAxis, BlocksAndValuesPerBlock) {
