@@ -25,13 +25,18 @@ _SECONDS_PER_DAY = 86400
 
 # --- missing values ------------------------------------------------------------------------
 
-def markers_to_nan(values: np.ndarray) -> np.ndarray:
-    """A copy of ``values`` (float32 or float64) with every DSS missing marker as NaN."""
-    result = np.array(values, copy=True)
+def markers_to_nan(values: np.ndarray, copy: bool = True) -> np.ndarray:
+    """``values`` (float32 or float64) with every DSS missing marker as NaN.
+
+    ``copy=False`` changes a float array in place (for arrays the caller owns).
+    """
+    result = np.array(values, copy=copy)
     if result.dtype.kind != "f":
         result = result.astype(np.float64)
-    missing = (result == MISSING) | (result == NOT_COMPUTED) | (result < UNDEFINED_BELOW)
-    result[missing] = np.nan
+    low = result <= MISSING  # every marker is -901 or below; most series have none
+    if low.any():
+        low &= (result == MISSING) | (result == NOT_COMPUTED) | (result < UNDEFINED_BELOW)
+        result[low] = np.nan
     return result
 
 

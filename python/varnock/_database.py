@@ -268,7 +268,7 @@ def _read_numpy(self, pathname, start=None, end=None):
     if "paired" in data:
         raise TypeError(f"{_convert.pathname_text(pathname)} is paired data; use read()")
     return (_convert.seconds_to_datetime64(data["times"]),
-            _convert.markers_to_nan(data["values"]))
+            _convert.markers_to_nan(data["values"], copy=False))
 
 
 def _read_many(self, pattern: Optional[str] = None, start=None, end=None):

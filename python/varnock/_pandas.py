@@ -39,10 +39,13 @@ def time_index(seconds: np.ndarray, record: str):
 
 
 def to_series(seconds: np.ndarray, values: np.ndarray, name: str, attrs: dict):
-    """A pandas Series named ``name`` with NaN for missing values and ``attrs`` attached."""
+    """A pandas Series named ``name`` with NaN for missing values and ``attrs`` attached.
+
+    Takes ``values`` over (markers are replaced in place): pass an array nobody else holds.
+    """
     pd = _pd()
-    series = pd.Series(_convert.markers_to_nan(values), index=time_index(seconds, name),
-                       name=name, copy=False)
+    series = pd.Series(_convert.markers_to_nan(values, copy=False),
+                       index=time_index(seconds, name), name=name, copy=False)
     series.attrs.update(attrs)
     return series
 

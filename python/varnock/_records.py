@@ -28,7 +28,7 @@ def _datetime(seconds: int) -> _dt.datetime:
 
 def _get_values(self) -> np.ndarray:
     """The values as a NumPy array (float32), NaN where the series holds a missing marker."""
-    return _convert.markers_to_nan(self._values_array())
+    return _convert.markers_to_nan(self._values_array(), copy=False)
 
 
 def _get_times(self) -> np.ndarray:
@@ -189,12 +189,12 @@ def _irregular_from_pandas(cls, series, pathname=None, units=None, type=None):
 
 def _get_ordinates(self) -> np.ndarray:
     """The independent (first-axis) ordinates as a float32 array of ``Nord`` values."""
-    return _convert.markers_to_nan(self._ordinates_array())
+    return _convert.markers_to_nan(self._ordinates_array(), copy=False)
 
 
 def _get_curves(self) -> np.ndarray:
     """The curves as a float32 array of shape (``Ncurve``, ``Nord``), NaN for missing."""
-    return _convert.markers_to_nan(self._curves_array())
+    return _convert.markers_to_nan(self._curves_array(), copy=False)
 
 
 def _get_labels(self) -> list:
