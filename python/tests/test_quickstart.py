@@ -5,13 +5,23 @@ import pathlib
 import subprocess
 import sys
 
+import varnock
+
 REPO = pathlib.Path(__file__).resolve().parents[2]
 EXAMPLE = REPO / "examples" / "python_quickstart.py"
 
 
+def run_example(folder, *arguments):
+    """The example in a fresh process, finding this same varnock package."""
+    env = dict(os.environ)
+    package_root = str(pathlib.Path(varnock.__file__).resolve().parents[1])
+    env["PYTHONPATH"] = os.pathsep.join(filter(None, [package_root, env.get("PYTHONPATH")]))
+    return subprocess.run([sys.executable, str(EXAMPLE), *map(str, arguments)], cwd=folder,
+                          env=env, capture_output=True, text=True, timeout=60)
+
+
 def test_quickstart_runs_in_a_fresh_folder(tmp_path):
-    result = subprocess.run([sys.executable, str(EXAMPLE)], cwd=tmp_path, env=dict(os.environ),
-                            capture_output=True, text=True, timeout=60)
+    result = run_example(tmp_path)
     assert result.returncode == 0, result.stderr
     assert "/BASIN/GAGE/FLOW//1Hour/OBS/ CFS 1440 values, 10 missing" in result.stdout
     assert "/BASIN/GAGE/FLOW//1Day/DAILY-MEAN/" in result.stdout
@@ -19,9 +29,7 @@ def test_quickstart_runs_in_a_fresh_folder(tmp_path):
 
 
 def test_quickstart_starts_from_a_reference_file(tmp_path, fixtures_dir):
-    result = subprocess.run([sys.executable, str(EXAMPLE), str(fixtures_dir / "fixture7.dss")],
-                            cwd=tmp_path, env=dict(os.environ), capture_output=True, text=True,
-                            timeout=60)
+    result = run_example(tmp_path, fixtures_dir / "fixture7.dss")
     assert result.returncode == 0, result.stderr
     assert "/BASIN/GAGE/FLOW//1Hour/OBS/ CFS" in result.stdout
 
