@@ -83,6 +83,12 @@ bool SameSeries(const series::SeriesPath& wanted, const series::SeriesPath& bloc
   return true;
 }
 
+// Values go to a double record (RTD, ITD) only when given as a float64 NumPy array.
+bool StoresDoubles(const py::object& values) {
+  return py::isinstance<py::array>(values) &&
+         py::reinterpret_borrow<py::array>(values).dtype().is(py::dtype::of<double>());
+}
+
 template <typename T>
 py::array_t<T> ArrayOf(const std::vector<T>& values) {
   py::array_t<T> out(static_cast<py::ssize_t>(values.size()));
@@ -214,10 +220,10 @@ class EngineFile {
     return out;
   }
 
-  void WriteRegular(const std::string& pathname, int64_t start_s, py::array values,
+  void WriteRegular(const std::string& pathname, int64_t start_s, py::object values,
                     const std::string& units, const std::string& type, py::object quality,
                     int32_t plan) {
-    const bool doubles = values.dtype().is(py::dtype::of<double>());
+    const bool doubles = StoresDoubles(values);
     const DoubleArray data = DoubleArray::ensure(values);
     if (!data || data.ndim() != 1)
       throw py::value_error("values must be a one-dimensional array of numbers");
@@ -243,10 +249,10 @@ class EngineFile {
     if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
   }
 
-  void WriteIrregular(const std::string& pathname, const Int64Array& times_s, py::array values,
+  void WriteIrregular(const std::string& pathname, const Int64Array& times_s, py::object values,
                       const std::string& units, const std::string& type, py::object quality,
                       bool replace) {
-    const bool doubles = values.dtype().is(py::dtype::of<double>());
+    const bool doubles = StoresDoubles(values);
     const DoubleArray data = DoubleArray::ensure(values);
     if (!data || data.ndim() != 1)
       throw py::value_error("values must be a one-dimensional array of numbers");

@@ -236,10 +236,15 @@ def test_engine_file_sees_what_the_database_writes(tmp_path):
         handle.write_regular("/A/B/STAGE//15Minute/PY/", read["times"][0],
                              np.array([0.1, 0.2]), "FT", "INST-VAL")
         assert handle.read_regular("/A/B/STAGE//15MIN/PY/")["values"].dtype == np.float64
+        handle.write_irregular("/A/B/GATE//~1day/PY/", [first, first + 86400], [1.0, 2.0])
+        read = handle.read_irregular("/A/B/GATE//~1Day/PY/")
+        np.testing.assert_array_equal(read["times"], [first, first + 86400])
         types = {entry[0]: entry[2] for entry in handle.catalog()}
         assert types["/A/B/STAGE/01Jan2021/15Minute/PY/"] == "RTD"
-    assert [str(p) for p in db.AsCollection()] == ["/A/B/FLOW/01Jan2021/1Hour/PY/",
-                                                   "/A/B/STAGE/01Jan2021/15Minute/PY/"]
+        assert types["/A/B/GATE/01Jan2021/~1Day/PY/"] == "ITS"
+    assert sorted(str(p) for p in db.AsCollection()) == ["/A/B/FLOW/01Jan2021/1Hour/PY/",
+                                                         "/A/B/GATE/01Jan2021/~1Day/PY/",
+                                                         "/A/B/STAGE/01Jan2021/15Minute/PY/"]
     with pytest.raises(varnock.AutomationError):
         handle.catalog()
 
