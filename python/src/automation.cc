@@ -7,7 +7,7 @@ void InitAutomation(py::module_& m) {
   py::class_<Dictionary, std::shared_ptr<Dictionary>>(
       m, "Dictionary", "The scripting runtime's dictionary: text keys in insertion order.")
       .def(py::init<>())
-      .def_property_readonly("Count", &Dictionary::Count)
+      .def_property_readonly("Count", &Dictionary::Count, "Number of keys")
       .def("Exists", &Dictionary::Exists, py::arg("Key"))
       .def("Add", &Dictionary::Add, py::arg("Key"), py::arg("Item"))
       .def("Item", py::overload_cast<const std::string&>(&Dictionary::Item, py::const_),
@@ -56,10 +56,10 @@ void InitAutomation(py::module_& m) {
 
   py::class_<Field, std::shared_ptr<Field>>(m, "Field",
                                             "A field of a Recordset, seen at its current row.")
-      .def_property_readonly("Name", &Field::Name)
-      .def_property_readonly("Type", &Field::Type)
-      .def_property_readonly("DefinedSize", &Field::DefinedSize)
-      .def_property_readonly("Attributes", &Field::Attributes)
+      .def_property_readonly("Name", &Field::Name, "Name of the field")
+      .def_property_readonly("Type", &Field::Type, "Type of the field (DataTypeEnum)")
+      .def_property_readonly("DefinedSize", &Field::DefinedSize, "Largest text length of the field")
+      .def_property_readonly("Attributes", &Field::Attributes, "ADO attributes of the field")
       .def_property(
           "Value", [](const Field& self) { return self.Value(); },
           [](Field& self, const Variant& value) { self.Value(value); },
@@ -72,23 +72,24 @@ void InitAutomation(py::module_& m) {
       .def(py::init<>())
       .def("AppendField", &Recordset::AppendField, py::arg("Name"), py::arg("Type"),
            py::arg("DefinedSize") = 0, py::arg("Attrib") = -1)
-      .def_property_readonly("FieldCount", &Recordset::FieldCount)
+      .def_property_readonly("FieldCount", &Recordset::FieldCount, "Number of fields")
       .def("Fields", py::overload_cast<int32_t>(&Recordset::Fields, py::const_), py::arg("Index"))
       .def("Fields", py::overload_cast<const std::string&>(&Recordset::Fields, py::const_),
            py::arg("Name"))
-      .VARNOCK_PROPERTY(Recordset, CursorType)
-      .VARNOCK_PROPERTY(Recordset, LockType)
+      .VARNOCK_PROPERTY(Recordset, CursorType, "Cursor type (CursorTypeEnum)")
+      .VARNOCK_PROPERTY(Recordset, LockType, "Lock type (LockTypeEnum)")
       .def("Open", &Recordset::Open)
-      .def_property_readonly("IsOpen", &Recordset::IsOpen)
+      .def_property_readonly("IsOpen", &Recordset::IsOpen, "Whether Open was called")
       .def("AddNew",
            py::overload_cast<const std::vector<std::string>&, const std::vector<Variant>&>(
                &Recordset::AddNew),
            py::arg("FieldList"), py::arg("Values"))
       .def("AddNew", py::overload_cast<>(&Recordset::AddNew))
       .def("Update", &Recordset::Update)
-      .def_property_readonly("RecordCount", &Recordset::RecordCount)
-      .def_property_readonly("EOF", &Recordset::IsEOF)
-      .def_property_readonly("BOF", &Recordset::IsBOF)
+      .def_property_readonly("RecordCount", &Recordset::RecordCount,
+                             "Number of rows the filter lets through")
+      .def_property_readonly("EOF", &Recordset::IsEOF, "True after the last row")
+      .def_property_readonly("BOF", &Recordset::IsBOF, "True before the first row")
       .def("MoveFirst", &Recordset::MoveFirst)
       .def("MoveLast", &Recordset::MoveLast)
       .def("MoveNext", &Recordset::MoveNext)
@@ -96,7 +97,8 @@ void InitAutomation(py::module_& m) {
       .def("Clone", &Recordset::Clone)
       .def_property(
           "Filter", [](const Recordset& self) { return self.Filter(); },
-          [](Recordset& self, const std::string& criteria) { self.Filter(criteria); })
+          [](Recordset& self, const std::string& criteria) { self.Filter(criteria); },
+          "Filter in ADO syntax (\"Flow > 2 And [When] < #1/2/2020#\"); empty text removes it")
       .def_static(
           "FromCsvFile",
           [](const std::string& path, const std::string& delimiter,

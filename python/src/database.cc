@@ -105,7 +105,8 @@ void InitInterfaces(py::module_& m) {
            py::arg("DestFilename") = "", Guard(), "One Pathname per record, in catalog order.")
       .def_property(
           "LongParts", [](const IDSSCatalog& self) { return self.LongParts(); },
-          [](IDSSCatalog& self, bool value) { self.LongParts(value); });
+          [](IDSSCatalog& self, bool value) { self.LongParts(value); },
+          "Width of the part fields of AsRecordset: 80 when True, 32 when False");
 
   py::class_<IDSSUtilities, std::shared_ptr<IDSSUtilities>>(
       m, "IDSSUtilities", "Record utilities of a connected database.")
@@ -122,17 +123,18 @@ void InitInterfaces(py::module_& m) {
       .def("Retrieve", &IDSSRecord::Retrieve, py::arg("pDB"), Guard())
       .def_property_readonly("Pathname", &IDSSRecord::Pathname,
                              "The record's pathname (the same object each time).")
-      .VARNOCK_PROPERTY(IDSSRecord, Plan)
-      .VARNOCK_PROPERTY(IDSSRecord, MissingIsError)
+      .VARNOCK_PROPERTY(IDSSRecord, Plan, "Store plan (DSSPlans)")
+      .VARNOCK_PROPERTY(IDSSRecord, MissingIsError,
+                        "Whether a retrieval with missing values raises")
       .def("RecordExists", &IDSSRecord::RecordExists, py::arg("pDB"), Guard())
       .def("RecordDataType", &IDSSRecord::RecordDataType, py::arg("pDB"), Guard());
 
   py::class_<IHTSLStream, std::shared_ptr<IHTSLStream>>(
       m, "IHTSLStream",
       "Exchange with an HTSL document: Domain, Location and ValueType alias parts A to C.")
-      .VARNOCK_PROPERTY(IHTSLStream, Domain)
-      .VARNOCK_PROPERTY(IHTSLStream, Location)
-      .VARNOCK_PROPERTY(IHTSLStream, ValueType)
+      .VARNOCK_PROPERTY(IHTSLStream, Domain, "Part A of the pathname")
+      .VARNOCK_PROPERTY(IHTSLStream, Location, "Part B of the pathname")
+      .VARNOCK_PROPERTY(IHTSLStream, ValueType, "Part C of the pathname")
       .def(
           "FromDOM",
           [](IHTSLStream& self, py::object document) { self.FromDOM(ObjectFromPython(document)); },
@@ -143,10 +145,14 @@ void InitInterfaces(py::module_& m) {
       m, "IRTSTransform", "Transforms of a regular series, and its summary statistics.")
       .def("ChangeInterval", &IRTSTransform::ChangeInterval, py::arg("NewInterval"))
       .def("RefreshStatistics", &IRTSTransform::RefreshStatistics)
-      .def_property_readonly("MaxValue", &IRTSTransform::MaxValue)
-      .def_property_readonly("MinValue", &IRTSTransform::MinValue)
-      .def_property_readonly("MeanValue", &IRTSTransform::MeanValue)
-      .def_property_readonly("MissingCount", &IRTSTransform::MissingCount)
+      .def_property_readonly("MaxValue", &IRTSTransform::MaxValue,
+                             "Largest value at the last RefreshStatistics")
+      .def_property_readonly("MinValue", &IRTSTransform::MinValue,
+                             "Smallest value at the last RefreshStatistics")
+      .def_property_readonly("MeanValue", &IRTSTransform::MeanValue,
+                             "Mean value at the last RefreshStatistics")
+      .def_property_readonly("MissingCount", &IRTSTransform::MissingCount,
+                             "Missing values at the last RefreshStatistics")
       .def("RunningMax", &IRTSTransform::RunningMax)
       .def("RunningMin", &IRTSTransform::RunningMin)
       .def("SetMaximumFrom", &IRTSTransform::SetMaximumFrom, py::arg("pRTS"))

@@ -72,9 +72,9 @@ void InitPaired(py::module_& m) {
       m, "PairedData", py::dynamic_attr(),
       "Paired data: first-axis ordinates shared by one or more curves of second-axis values.")
       .def(py::init([] { return std::make_shared<PairedData>(); }))
-      .VARNOCK_PROPERTY(PairedData, Horizontal)
-      .def_property_readonly("Nord", &PairedData::Nord)
-      .def_property_readonly("Ncurve", &PairedData::Ncurve)
+      .VARNOCK_PROPERTY(PairedData, Horizontal, "The axis drawn horizontally (PDAxes)")
+      .def_property_readonly("Nord", &PairedData::Nord, "Number of ordinates")
+      .def_property_readonly("Ncurve", &PairedData::Ncurve, "Number of curves")
       .def("SetNcurveNord", &PairedData::SetNcurveNord, py::arg("NewNcurve"), py::arg("NewNord"),
            "Sets both counts and clears values and labels.")
       .def("Units", py::overload_cast<PDAxes>(&PairedData::Units, py::const_), py::arg("Axis"))

@@ -73,12 +73,14 @@ void InitRegular(py::module_& m) {
       .def("SetDateTime", py::overload_cast<int32_t, Date>(&RegularTimeSeries::DateTime),
            py::arg("lngIndex"), py::arg("value"),
            "Always refused: a regular series' dates follow from its start and interval.")
-      .VARNOCK_PROPERTY(RegularTimeSeries, TsUnits)
-      .VARNOCK_PROPERTY(RegularTimeSeries, TsType)
-      .def_property_readonly("TsOffset", &RegularTimeSeries::TsOffset)
+      .VARNOCK_PROPERTY(RegularTimeSeries, TsUnits, "Units, held in upper case")
+      .VARNOCK_PROPERTY(RegularTimeSeries, TsType,
+                        "Data type (INST-VAL, PER-CUM ...), held in upper case")
+      .def_property_readonly("TsOffset", &RegularTimeSeries::TsOffset,
+                             "Time offset in minutes of the last retrieval")
       .VARNOCK_PROPERTY(RegularTimeSeries, Interval, "Time step in minutes (the pathname's E part)")
-      .VARNOCK_PROPERTY(RegularTimeSeries, Starting)
-      .VARNOCK_PROPERTY(RegularTimeSeries, ValueCount)
+      .VARNOCK_PROPERTY(RegularTimeSeries, Starting, "Date of the first value")
+      .VARNOCK_PROPERTY(RegularTimeSeries, ValueCount, "Number of values")
       .def("LastDateTime", &RegularTimeSeries::LastDateTime, py::arg("datDate"),
            py::arg("strInterval"))
       .def("SetAllMissing", &RegularTimeSeries::SetAllMissing)
@@ -90,7 +92,8 @@ void InitRegular(py::module_& m) {
            py::arg("lngIndex"))
       .def("SetValue", py::overload_cast<int32_t, float>(&RegularTimeSeries::Value),
            py::arg("lngIndex"), py::arg("value"))
-      .VARNOCK_PROPERTY(RegularTimeSeries, Ending)
+      .VARNOCK_PROPERTY(RegularTimeSeries, Ending,
+                        "Date of the last value; setting it sets the count")
       .def(
           "ScriptQueryInterface",
           [](RegularTimeSeries& self, const std::string& name) {
@@ -98,11 +101,12 @@ void InitRegular(py::module_& m) {
           },
           py::arg("InterfaceType"),
           "This object seen through the interface named (the same object), or None.")
-      .VARNOCK_PROPERTY(RegularTimeSeries, WindowStart)
-      .VARNOCK_PROPERTY(RegularTimeSeries, WindowEnd)
-      .VARNOCK_PROPERTY(RegularTimeSeries, IntervalSnap)
-      .VARNOCK_PROPERTY(RegularTimeSeries, UserWindow)
-      .VARNOCK_PROPERTY(RegularTimeSeries, Padding)
+      .VARNOCK_PROPERTY(RegularTimeSeries, WindowStart, "Start of the user window")
+      .VARNOCK_PROPERTY(RegularTimeSeries, WindowEnd, "End of the user window")
+      .VARNOCK_PROPERTY(RegularTimeSeries, IntervalSnap, "Whether dates snap to interval ends")
+      .VARNOCK_PROPERTY(RegularTimeSeries, UserWindow, "Whether the user window applies")
+      .VARNOCK_PROPERTY(RegularTimeSeries, Padding,
+                        "How sparse input fills open slots (PadMethods)")
       .def(
           "_values_array", [](RegularTimeSeries& self) { return ValuesOf(self); },
           "The values as a new float32 array (missing markers as stored).")
@@ -213,9 +217,11 @@ void InitIrregular(py::module_& m) {
           "Aggregation", WriteOnly("Aggregation"),
           py::cpp_function([](IrregTimeSeries& self, int32_t value) { self.Aggregation(value); }),
           "How values combine (IrrAggregationTypes); write-only")
-      .VARNOCK_PROPERTY(IrregTimeSeries, MergeOption)
-      .VARNOCK_PROPERTY(IrregTimeSeries, TsUnits)
-      .VARNOCK_PROPERTY(IrregTimeSeries, TsType)
+      .VARNOCK_PROPERTY(IrregTimeSeries, MergeOption,
+                        "How Store meets data in the file (MergeOptions)")
+      .VARNOCK_PROPERTY(IrregTimeSeries, TsUnits, "Units, held in upper case")
+      .VARNOCK_PROPERTY(IrregTimeSeries, TsType,
+                        "Data type (INST-VAL, PER-CUM ...), held in upper case")
       .def("Flag", py::overload_cast<int32_t>(&IrregTimeSeries::Flag, py::const_),
            py::arg("lngIndex"))
       .def("SetFlag", py::overload_cast<int32_t, int32_t>(&IrregTimeSeries::Flag),
