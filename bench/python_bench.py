@@ -38,14 +38,15 @@ def hourly_series() -> pd.Series:
     return pd.Series(values, index=index)
 
 
-def best_of(repeats: int, work) -> float:
-    """The fastest of ``repeats`` runs of ``work()``, in seconds."""
-    best = float("inf")
+def best_of(repeats: int, work) -> tuple:
+    """The fastest of ``repeats`` runs of ``work()``: (wall seconds, CPU seconds)."""
+    wall = cpu = float("inf")
     for _ in range(repeats):
-        begin = time.perf_counter()
+        begin, begin_cpu = time.perf_counter(), time.process_time()
         work()
-        best = min(best, time.perf_counter() - begin)
-    return best
+        wall = min(wall, time.perf_counter() - begin)
+        cpu = min(cpu, time.process_time() - begin_cpu)
+    return wall, cpu
 
 
 def layer_write(path: pathlib.Path, series: pd.Series) -> None:
@@ -79,14 +80,15 @@ def engine_read(path: pathlib.Path) -> None:
 
 
 def cxx_figures(binary: pathlib.Path) -> dict:
-    """Milliseconds per iteration of the 200 x 8760 cases of varnock_bench."""
+    """(wall ms, CPU ms) per iteration of the 200 x 8760 cases of varnock_bench."""
     result = subprocess.run(
         [str(binary), "--benchmark_filter=BM_(Engine|Class)(Store|Retrieve)/0(/|$)",
          "--benchmark_format=json"], capture_output=True, text=True, check=True)
     figures = {}
     for case in json.loads(result.stdout)["benchmarks"]:
         scale = {"ms": 1.0, "us": 1e-3, "ns": 1e-6, "s": 1e3}[case.get("time_unit", "ns")]
-        figures[case["name"].split("/")[0]] = case["real_time"] * scale
+        figures[case["name"].split("/")[0]] = (case["real_time"] * scale,
+                                               case["cpu_time"] * scale)
     return figures
 
 
@@ -122,16 +124,18 @@ def main() -> int:
     binary = find_cxx_bench(options.cxx)
     cxx = cxx_figures(binary) if binary is not None else {}
     print(f"{SERIES} hourly series x {VALUES} values, best of {options.repeats} (ms)")
-    print(f"{'':8}{'layer+pandas':>14}{'engine binding':>16}{'C++ engine':>12}"
-          f"{'C++ classes':>13}{'layer/C++':>11}")
-    for direction, engine_case, class_case in (("read", "BM_EngineRetrieve", "BM_ClassRetrieve"),
-                                               ("write", "BM_EngineStore", "BM_ClassStore")):
-        layer_ms, binding_ms = layer[direction] * 1e3, binding[direction] * 1e3
-        engine_ms, class_ms = cxx.get(engine_case), cxx.get(class_case)
-        ratio = f"{layer_ms / engine_ms:.2f}" if engine_ms else "-"
-        print(f"{direction:8}{layer_ms:14.1f}{binding_ms:16.1f}"
-              f"{engine_ms if engine_ms else float('nan'):12.1f}"
-              f"{class_ms if class_ms else float('nan'):13.1f}{ratio:>11}")
+    for clock, name in ((0, "wall"), (1, "CPU")):
+        print(f"{name:8}{'layer+pandas':>14}{'engine binding':>16}{'C++ engine':>12}"
+              f"{'C++ classes':>13}{'layer/C++ engine':>18}{'layer/C++ classes':>19}")
+        for direction, engine_case, class_case in (
+                ("read", "BM_EngineRetrieve", "BM_ClassRetrieve"),
+                ("write", "BM_EngineStore", "BM_ClassStore")):
+            layer_ms = layer[direction][clock] * 1e3
+            binding_ms = binding[direction][clock] * 1e3
+            engine_ms = cxx[engine_case][clock] if engine_case in cxx else float("nan")
+            class_ms = cxx[class_case][clock] if class_case in cxx else float("nan")
+            print(f"{direction:8}{layer_ms:14.1f}{binding_ms:16.1f}{engine_ms:12.1f}"
+                  f"{class_ms:13.1f}{layer_ms / engine_ms:18.2f}{layer_ms / class_ms:19.2f}")
     if not cxx:
         print("(C++ figures: build the benchmarks, see README, or pass --cxx)", file=sys.stderr)
     return 0

@@ -43,7 +43,8 @@ def markers_to_nan(values: np.ndarray, copy: bool = True) -> np.ndarray:
 def nan_to_markers(values, dtype) -> np.ndarray:
     """``values`` as a new contiguous array of ``dtype`` with NaN (and None) as -901."""
     if hasattr(values, "to_numpy"):  # pandas objects: None and pd.NA become NaN first
-        values = values.to_numpy(dtype=np.float64, na_value=np.nan)
+        values = values.to_numpy() if values.dtype.kind == "f" else \
+            values.to_numpy(dtype=np.float64, na_value=np.nan)
     try:
         result = np.array(values, dtype=dtype, copy=True, order="C")
     except (TypeError, ValueError) as error:
@@ -81,9 +82,10 @@ def datetime64_to_seconds(times) -> np.ndarray:
     """
     if hasattr(times, "tz") and getattr(times, "tz", None) is not None:
         times = times.tz_localize(None)
-    if hasattr(times, "to_numpy"):
-        times = times.to_numpy()
-    array = np.asarray(times)
+    if getattr(times, "asi8", None) is not None and str(times.dtype) == "datetime64[ns]":
+        array = times.asi8.view("datetime64[ns]")  # a DatetimeIndex: its ticks, no copy
+    else:
+        array = np.asarray(times.to_numpy() if hasattr(times, "to_numpy") else times)
     if array.dtype.kind == "M":
         if np.isnat(array).any():
             raise ValueError("times must not contain NaT")
@@ -91,7 +93,10 @@ def datetime64_to_seconds(times) -> np.ndarray:
         if unit in ("ms", "us", "ns", "ps", "fs", "as"):
             per_second = int(np.timedelta64(1, "s") // np.timedelta64(count, unit))
             ticks = array.view(np.int64)
-            return (ticks + per_second // 2) // per_second
+            seconds = ticks // per_second
+            if (ticks - seconds * per_second).any():  # round, only where there is a fraction
+                seconds = (ticks + per_second // 2) // per_second
+            return seconds
         return array.astype("datetime64[s]").view(np.int64).copy()
     if array.dtype.kind in "iu":
         raise TypeError("times must be dates (datetime64, datetime or date texts), not integers")

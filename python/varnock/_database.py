@@ -361,6 +361,9 @@ def _regular_grid(parts: list, seconds: np.ndarray):
         return first, None
     if interval.seconds >= 864000:  # Tri-Month, Semi-Month: taken in order as given
         return first, None
+    steps = np.diff(seconds)
+    if (steps == interval.seconds).all():
+        return first, None
     offsets = seconds - first
     if (offsets % interval.seconds).any():
         raise ValueError(f"the dates do not fall on a {interval.name} grid from {seconds[0]}")
