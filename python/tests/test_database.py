@@ -44,6 +44,10 @@ def written(dss_path, pathname, series, **options):
                index=pd.to_datetime(["2021-01-03 00:45", "2021-01-20 13:13",
                                      "2021-02-01 00:00", "2021-03-15 23:59"])),
      np.float32, "IR-Month"),
+    ("/A/GAGE/STAGE//~1Day/PSEUDO/",
+     pd.Series([1.0, np.nan, 3.0], dtype=np.float32, index=pd.to_datetime(
+         ["2021-01-01 00:00", "2021-01-02 00:00", "2021-01-04 00:00"])),
+     np.float32, "~1Day"),
     ("/A/GAGE/STAGE//IR-YEAR/DOUBLE/",
      pd.Series([1.0, 2.0, 3.0], index=pd.to_datetime(
          ["2021-01-01 00:00", "2021-01-02 00:00", "2021-12-04 00:00"])),
