@@ -237,9 +237,9 @@ def _read(self, pathname, start=None, end=None):
     ``pathname`` may be written as ``catalog()`` lists it (``1Hour``, ``15Minute``,
     ``IR-Month``, ``~1Day``, any case) or in the automation spelling (``1HOUR``, ``15MIN``,
     ``1MON``). A blank D part reads the whole series, from its first to its last written
-    value; a D part naming a block (``01Jan2021``,
-    or ``01Jan2021 - 01MAR2021`` from a condensed catalog) reads those blocks; ``start`` and
-    ``end`` (dates, inclusive) select a window instead. Missing values are NaN; float records
+    value; a D part naming a block (``01Jan2021``, or ``01Jan2021 - 01MAR2021`` from a
+    condensed catalog) reads those whole blocks; ``start`` and ``end`` (dates, inclusive)
+    select a window instead. Missing values are NaN; float records
     give float32, double records float64. ``attrs`` holds ``units``, ``type``, ``interval``
     and ``record_type``.
     """
