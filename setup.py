@@ -57,5 +57,7 @@ setup(
     package_data={"varnock": ["*.pyi", "py.typed"]},
     ext_modules=[CMakeExtension("varnock._varnock")],
     cmdclass={"build_ext": CMakeBuild},
+    # Out of the way of a CMake build folder named "build".
+    options={"build": {"build_base": "build-pip"}},
     zip_safe=False,
 )
