@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <limits>
+#include <unordered_map>
 
 #include "common.h"
 #include "engine/dss7/dss_file.h"
@@ -74,14 +75,21 @@ std::string Upper(std::string_view text) {
   return out;
 }
 
-// Whether a catalog path is a block of the series `wanted` names (any D part, any spelling of
-// the same interval, parts compared regardless of case).
-bool SameSeries(const series::SeriesPath& wanted, const series::SeriesPath& block) {
-  if (wanted.interval != block.interval) return false;
+// The series a pathname names, whatever its D part: parts A, B, C, F regardless of case and the
+// interval whatever its spelling.
+std::string SeriesKey(const series::SeriesPath& path) {
+  std::string key;
   for (int i : {0, 1, 2, 5})
-    if (Upper(wanted.parts[i]) != Upper(block.parts[i])) return false;
-  return true;
+    key += Upper(path.parts[i]) + '/';
+  return key + std::string(path.interval->name);
 }
+
+// The time extent of the block records of one series: the first and last standard times
+// (regular) or the first and last instants the blocks cover (irregular).
+struct Extent {
+  series::Instant first = 0;
+  series::Instant last = 0;
+};
 
 // Values go to a double record (RTD, ITD) only when given as a float64 NumPy array.
 bool StoresDoubles(const py::object& values) {
@@ -378,8 +386,40 @@ class EngineFile {
       if (status != dss7::Status::kOk) Raise(path_ + ": " + dss7::StatusText(status));
       catalog_header_ = file_->header();
       catalog_valid_ = true;
+      IndexSeries();
     }
     return catalog_;
+  }
+
+  // Sorts the block records of the catalog into the series they belong to.
+  void IndexSeries() {
+    extents_.clear();
+    for (const auto& entry : catalog_) {
+      series::SeriesPath path;
+      Extent block;
+      if (series::ParseSeriesPath(entry.path, false, &path).ok()) {
+        int32_t count = 0;
+        if (!series::RegularBlockWindow(entry.path, &block.first, &count).ok() || count < 1)
+          continue;
+        block.last = series::StepStandard(*path.interval, block.first, count - 1);
+      } else if (series::ParseSeriesPath(entry.path, true, &path).ok()) {
+        if (!series::IrregularBlockWindow(entry.path, &block.first, &block.last).ok()) continue;
+      } else {
+        continue;
+      }
+      auto [it, added] = extents_.emplace(SeriesKey(path), block);
+      if (!added) {
+        it->second.first = std::min(it->second.first, block.first);
+        it->second.last = std::max(it->second.last, block.last);
+      }
+    }
+  }
+
+  // The extent of every block record of a series, or nothing when the file has none.
+  const Extent* ExtentOf(const series::SeriesPath& path) {
+    Entries();
+    const auto it = extents_.find(SeriesKey(path));
+    return it == extents_.end() ? nullptr : &it->second;
   }
 
   // The first standard time and the last value's standard time to read: the window given
@@ -388,28 +428,17 @@ class EngineFile {
                                      std::optional<int64_t> end_s, series::Instant* first,
                                      series::Instant* last) {
     const series::Interval& iv = *path.interval;
-    bool have_blocks = false;
-    series::Instant block_first = 0, block_last = 0;
+    Extent blocks;
     if (!start_s || !end_s) {
-      for (const auto& entry : Entries()) {
-        series::SeriesPath block;
-        if (!series::ParseSeriesPath(entry.path, false, &block).ok() || !SameSeries(path, block))
-          continue;
-        series::Instant start = 0;
-        int32_t count = 0;
-        if (!series::RegularBlockWindow(entry.path, &start, &count).ok() || count < 1) continue;
-        const series::Instant end = series::StepStandard(iv, start, count - 1);
-        block_first = have_blocks ? std::min(block_first, start) : start;
-        block_last = have_blocks ? std::max(block_last, end) : end;
-        have_blocks = true;
-      }
-      if (!have_blocks) return {series::SeriesCode::kNotFound, dss7::Status::kOk};
+      const Extent* extent = ExtentOf(path);
+      if (extent == nullptr) return {series::SeriesCode::kNotFound, dss7::Status::kOk};
+      blocks = *extent;
     }
-    *first = start_s ? series::Standardise(iv, ToInstant(*start_s)).standard : block_first;
+    *first = start_s ? series::Standardise(iv, ToInstant(*start_s)).standard : blocks.first;
     // One period past the end's standard time: a value whose offset puts it before the end may be
     // filed there; Cut drops what lies past the end.
     *last = end_s ? series::StepStandard(iv, series::Standardise(iv, ToInstant(*end_s)).standard, 1)
-                  : block_last;
+                  : blocks.last;
     if (*last < *first) return {series::SeriesCode::kBadTime, dss7::Status::kOk};
     return {};
   }
@@ -417,23 +446,14 @@ class EngineFile {
   series::SeriesStatus IrregularWindow(const series::SeriesPath& path,
                                        std::optional<int64_t> start_s, std::optional<int64_t> end_s,
                                        series::Instant* first, series::Instant* last) {
-    bool have_blocks = false;
-    series::Instant block_first = 0, block_last = 0;
+    Extent blocks;
     if (!start_s || !end_s) {
-      for (const auto& entry : Entries()) {
-        series::SeriesPath block;
-        if (!series::ParseSeriesPath(entry.path, true, &block).ok() || !SameSeries(path, block))
-          continue;
-        series::Instant a = 0, b = 0;
-        if (!series::IrregularBlockWindow(entry.path, &a, &b).ok()) continue;
-        block_first = have_blocks ? std::min(block_first, a) : a;
-        block_last = have_blocks ? std::max(block_last, b) : b;
-        have_blocks = true;
-      }
-      if (!have_blocks) return {series::SeriesCode::kNotFound, dss7::Status::kOk};
+      const Extent* extent = ExtentOf(path);
+      if (extent == nullptr) return {series::SeriesCode::kNotFound, dss7::Status::kOk};
+      blocks = *extent;
     }
-    *first = start_s ? ToInstant(*start_s) : block_first;
-    *last = end_s ? ToInstant(*end_s) : block_last;
+    *first = start_s ? ToInstant(*start_s) : blocks.first;
+    *last = end_s ? ToInstant(*end_s) : blocks.last;
     if (*last < *first) return {series::SeriesCode::kBadTime, dss7::Status::kOk};
     return {};
   }
@@ -527,6 +547,7 @@ class EngineFile {
   std::vector<dss7::CatalogEntry> catalog_;
   dss7::HeaderWords catalog_header_{};
   bool catalog_valid_ = false;
+  std::unordered_map<std::string, Extent> extents_;  // by SeriesKey
 };
 
 }  // namespace
