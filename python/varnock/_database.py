@@ -213,10 +213,13 @@ def _read_arrays(self, pathname, start=None, end=None) -> dict:
     file = _engine_file(self)
     first, last = _window(parts, start, end)
     if _convert.regular_interval(parts[4]) is not None:
-        return file.read_regular(text, first, last)
-    if _convert.irregular_block(parts[4]) is not None:
-        return file.read_irregular(text, first, last)
-    return {"paired": _read_other(file, text)}
+        data = file.read_regular(text, first, last)
+    elif _convert.irregular_block(parts[4]) is not None:
+        data = file.read_irregular(text, first, last)
+    else:
+        return {"paired": _read_other(file, text)}
+    data["e_part"] = parts[4]
+    return data
 
 
 def _read_other(file, text: str):
@@ -254,7 +257,7 @@ def _read(self, pathname, start=None, end=None):
         attrs = {"units": tuple(paired["units"]), "type": tuple(paired["types"])}
         return _pandas.to_frame(ordinates, curves, paired["labels"], name, attrs)
     attrs = {"pathname": name, "units": data["units"], "type": data["type"],
-             "interval": _convert.split_pathname(name)[4], "record_type": data["record_type"]}
+             "interval": data["e_part"], "record_type": data["record_type"]}
     return _pandas.to_series(data["times"], data["values"], name, attrs)
 
 
