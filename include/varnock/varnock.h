@@ -2,6 +2,7 @@
 #ifndef VARNOCK_VARNOCK_H_
 #define VARNOCK_VARNOCK_H_
 
+#include "varnock/create_object.h"
 #include "varnock/database.h"
 #include "varnock/date.h"
 #include "varnock/dictionary.h"

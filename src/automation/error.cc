@@ -29,6 +29,8 @@ std::string HostErrorText(int32_t number) {
       return "Object variable or With block variable not set";
     case 94:
       return "Invalid use of Null";
+    case 429:
+      return "ActiveX component can't create object";
     case 457:
       return "This key is already associated with an element of this collection";
     case 32811:
