@@ -16,15 +16,12 @@ std::string Trimmed(const std::string& text) {
 // A database whose last reference may go while another thread is inside the engine: its
 // disconnect waits for the frame like every other engine call.
 std::shared_ptr<DSSDatabase> NewDatabase() {
+  // The deleter runs inside pybind11's deallocation of the Python object, which must finish
+  // under the GIL: releasing it there lets another thread see a half-removed instance. Closing
+  // the file only needs the frame's lock, and no holder of that lock waits for the GIL.
   return std::shared_ptr<DSSDatabase>(new DSSDatabase(), [](DSSDatabase* database) {
-    if (PyGILState_Check()) {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(FrameMutex());
-      delete database;
-    } else {
-      std::lock_guard<std::mutex> lock(FrameMutex());
-      delete database;
-    }
+    std::lock_guard<std::mutex> lock(FrameMutex());
+    delete database;
   });
 }
 
