@@ -1,7 +1,7 @@
 """An ensemble forecast in many DSS files, read in parallel with Dask and drawn as an envelope.
 
     PYTHONPATH=build/python /usr/bin/python3 examples/ensemble_dask.py [--members 300]
-        [--folder ensemble] [--output envelope.png] [--workers 2]
+        [--folder ensemble] [--output envelope.png] [--workers 2] [--scheduler ADDRESS]
 
 Writes one small DSS file per member (hourly flows at two gauges, the member tagged in the F
 part as HEC's ensemble tools do: ``C:000042|T:20240501-1200``), starts a local Dask cluster of
@@ -13,6 +13,7 @@ Needs python3-dask, python3-distributed, python3-xarray and python3-matplotlib.
 from __future__ import annotations
 
 import argparse
+import contextlib
 import pathlib
 import sys
 import time
@@ -90,6 +91,8 @@ def main(argv=None) -> int:
     parser.add_argument("--folder", default="ensemble", help="where the files go")
     parser.add_argument("--output", default="envelope.png", help="the image to write")
     parser.add_argument("--workers", type=int, default=2, help="Dask worker processes")
+    parser.add_argument("--scheduler", help="address of a running Dask scheduler to use "
+                        "instead of a local cluster (tcp://host:8786)")
     args = parser.parse_args(argv)
 
     from distributed import Client, LocalCluster
@@ -97,8 +100,9 @@ def main(argv=None) -> int:
     folder = pathlib.Path(args.folder)
     folder.mkdir(parents=True, exist_ok=True)
     begin = time.perf_counter()
-    with LocalCluster(n_workers=args.workers, threads_per_worker=1, processes=True,
-                      dashboard_address=None) as cluster, Client(cluster) as client:
+    cluster = contextlib.nullcontext(args.scheduler) if args.scheduler else LocalCluster(
+        n_workers=args.workers, threads_per_worker=1, processes=True, dashboard_address=None)
+    with cluster as address, Client(address) as client:
         started = time.perf_counter()
         # Writing is parallel too: each task makes its own file.
         files = client.gather(client.map(write_member, [str(folder)] * args.members,
