@@ -158,3 +158,17 @@ def test_dask_reads_and_the_example_match_serial_reads(tmp_path, dask_client, mo
     assert "{'member': 6, 'time': 240}" in capsys.readouterr().out
     assert image.read_bytes()[:4] == b"\x89PNG"
     assert len(list((tmp_path / "ensemble").glob("*.dss"))) == 6
+
+
+def test_files_with_different_times_join_on_their_union(tmp_path):
+    (tmp_path / "a").mkdir()
+    early = write_members(tmp_path / "a", [1], hours=5)
+    with varnock.open(tmp_path / "late.dss", "a") as db:
+        db.write(FLOW.format(gauge="UPPER", member=2),
+                 pd.Series(np.float32([7, 8]), pd.date_range("2024-05-01 16:00", periods=2,
+                                                             freq="H")), units="CFS")
+    frame = varnock.read_many_files([early[0], tmp_path / "late.dss"],
+                                    "/RIVER/UPPER/FLOW/*/1Hour/*/")
+    assert len(frame) == 5 and frame.shape[1] == 2
+    late = frame[(str(tmp_path / "late.dss"), FLOW.format(gauge="UPPER", member=2))]
+    np.testing.assert_array_equal(late.to_numpy(), [np.nan, np.nan, np.nan, 7, 8])

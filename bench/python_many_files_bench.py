@@ -1,0 +1,85 @@
+"""Many files into pandas: N files x M hourly series read with varnock.read_many_files, serially
+in this process against a local Dask cluster of worker processes.
+
+    PYTHONPATH=BUILD/python /usr/bin/python3 bench/python_many_files_bench.py
+        [--files 200] [--series 10] [--values 8760] [--workers 2] [--repeats 3]
+
+Reports the best of ``--repeats`` runs of each (after one warm-up run, so both read files
+the page cache already holds and the workers have imported the module), values per second,
+and serial / parallel (above 1: the cluster is faster). The cluster's start-up is not timed.
+"""
+
+from __future__ import annotations
+
+import argparse
+import pathlib
+import tempfile
+import time
+
+import numpy as np
+import pandas as pd
+
+import varnock
+
+PATTERN = "/BENCH/*/FLOW/*/1Hour/*/"
+
+
+def make_files(folder: pathlib.Path, files: int, series: int, values: int) -> list:
+    index = pd.date_range("2021-01-01 01:00", periods=values, freq="H")
+    base = (100.0 + np.sin(np.arange(values) / 24.0)).astype(np.float32)
+    paths = []
+    for number in range(files):
+        path = folder / f"run_{number:04d}.dss"
+        with varnock.open(path, "a") as db:
+            for location in range(series):
+                db.write(f"/BENCH/LOC{location}/FLOW//1Hour/RUN{number}/",
+                         pd.Series(base + number + location, index=index), units="CFS")
+        paths.append(str(path))
+    return paths
+
+
+def best_of(repeats: int, work) -> tuple:
+    """(fastest time in seconds, result of the last run) after one untimed warm-up run."""
+    result = work()
+    best = float("inf")
+    for _ in range(repeats):
+        begin = time.perf_counter()
+        result = work()
+        best = min(best, time.perf_counter() - begin)
+    return best, result
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--files", type=int, default=200)
+    parser.add_argument("--series", type=int, default=10)
+    parser.add_argument("--values", type=int, default=8760)
+    parser.add_argument("--workers", type=int, default=2)
+    parser.add_argument("--repeats", type=int, default=3)
+    args = parser.parse_args()
+
+    from distributed import Client, LocalCluster
+
+    with tempfile.TemporaryDirectory(prefix="varnock_many_") as folder:
+        begin = time.perf_counter()
+        files = make_files(pathlib.Path(folder), args.files, args.series, args.values)
+        print(f"{args.files} files x {args.series} series x {args.values} values written in "
+              f"{time.perf_counter() - begin:.1f} s")
+        serial_s, serial = best_of(
+            args.repeats, lambda: varnock.read_many_files(files, PATTERN))
+        with LocalCluster(n_workers=args.workers, threads_per_worker=1, processes=True,
+                          dashboard_address=None) as cluster, Client(cluster) as client:
+            parallel_s, parallel = best_of(
+                args.repeats, lambda: varnock.read_many_files(files, PATTERN, client=client))
+        assert parallel.shape == serial.shape == (args.values, args.files * args.series)
+        pd.testing.assert_frame_equal(parallel, serial)
+    total = args.files * args.series * args.values
+    print(f"{'':28}{'seconds':>10}{'values/s':>14}")
+    print(f"{'serial (this process)':28}{serial_s:10.3f}{total / serial_s:14.3g}")
+    print(f"{f'Dask, {args.workers} worker processes':28}{parallel_s:10.3f}"
+          f"{total / parallel_s:14.3g}")
+    print(f"serial / parallel = {serial_s / parallel_s:.2f}")
+
+
+if __name__ == "__main__":
+    main()
