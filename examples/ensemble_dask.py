@@ -95,7 +95,12 @@ def main(argv=None) -> int:
                         "instead of a local cluster (tcp://host:8786)")
     args = parser.parse_args(argv)
 
+    import dask
     from distributed import Client, LocalCluster
+
+    # Reading builds many small pandas objects in Python; the workers' statistical profiler
+    # (sampling each task's stack 100 times a second) would slow that down.
+    dask.config.set({"distributed.worker.profile.enabled": False})
 
     folder = pathlib.Path(args.folder)
     folder.mkdir(parents=True, exist_ok=True)

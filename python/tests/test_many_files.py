@@ -86,6 +86,7 @@ def test_ensemble_tags_and_members():
 
 
 def test_read_ensemble_as_member_by_time(member_files):
+    pytest.importorskip("xarray")
     ensemble = varnock.read_ensemble(member_files, "/RIVER/LOWER/FLOW/*/1Hour/C:*/")
     assert ensemble.dims == ("member", "time")
     assert list(ensemble["member"].values) == [1, 2, 3]  # sorted by member number
@@ -100,6 +101,7 @@ def test_read_ensemble_as_member_by_time(member_files):
 
 
 def test_read_ensemble_rejects_repeated_or_untagged_members(member_files, tmp_path):
+    pytest.importorskip("xarray")
     with pytest.raises(ValueError, match="member 3 occurs twice"):
         varnock.read_ensemble(member_files, "/RIVER/*/FLOW/*/1Hour/C:*/")
     with varnock.open(member_files[0], "a") as db:
@@ -172,3 +174,9 @@ def test_files_with_different_times_join_on_their_union(tmp_path):
     assert len(frame) == 5 and frame.shape[1] == 2
     late = frame[(str(tmp_path / "late.dss"), FLOW.format(gauge="UPPER", member=2))]
     np.testing.assert_array_equal(late.to_numpy(), [np.nan, np.nan, np.nan, 7, 8])
+
+
+def test_read_ensemble_without_xarray_says_what_to_install(member_files, monkeypatch):
+    monkeypatch.setitem(sys.modules, "xarray", None)  # import xarray now raises ImportError
+    with pytest.raises(ImportError, match="apt install python3-xarray"):
+        varnock.read_ensemble(member_files, "/RIVER/LOWER/FLOW/*/1Hour/C:*/")

@@ -10,6 +10,7 @@ from __future__ import annotations
 
 import os
 import re
+import threading
 from typing import Optional, Sequence
 
 XARRAY_HINT = "install it with 'apt install python3-xarray' (Debian/Ubuntu)"
@@ -24,6 +25,28 @@ def _is_pattern(pathname: str) -> bool:
 
 def _file_label(path) -> str:
     return os.fspath(path)
+
+
+_per_thread = threading.local()
+
+
+def _reused_database(path):
+    """``path`` opened read-only on this thread's one DSSDatabase, reconnected for each file.
+
+    Keeping the object alive matters beyond saving its set-up: a DSSDatabase that is destroyed
+    waits for the engine with the GIL released in the middle of pybind11's deallocation, which
+    can abort the process when another thread runs Python meanwhile, and Dask's clients and
+    workers always have such a thread (their event loop).
+    """
+    from . import _database, _varnock
+
+    db = getattr(_per_thread, "database", None)
+    if db is None:
+        db = _per_thread.database = _varnock.DSSDatabase()
+    db.Name = os.fspath(path)
+    db.Connect(False)
+    _database._state(db, "r")
+    return db
 
 
 def _series_names(db, pattern: str) -> list:
@@ -44,9 +67,7 @@ def read_file(path, pathname_or_pattern: str, start=None, end=None):
     ``attrs["series"]`` holds each column's own ``attrs`` (units, type, interval)."""
     import pandas as pd
 
-    from ._database import open as open_file
-
-    with open_file(path) as db:
+    with _reused_database(path) as db:
         names = _series_names(db, pathname_or_pattern) if _is_pattern(pathname_or_pattern) \
             else [pathname_or_pattern]
         columns = {}
