@@ -8,6 +8,7 @@ workers see the same file system.
 
 from __future__ import annotations
 
+import functools
 import os
 import re
 import threading
@@ -49,17 +50,25 @@ def _reused_database(path):
     return db
 
 
-def _series_names(db, pattern: str) -> list:
-    """Pathnames (D part blank) of the time series in ``db`` that ``pattern`` matches."""
+@functools.lru_cache(maxsize=256)
+def _is_series_e_part(e_part: str) -> bool:
     from . import _convert
 
-    names = []
-    for pathname in db.catalog(pattern, condensed=True)["pathname"]:
-        parts = pathname.split("/")[1:7]
-        if _convert.regular_interval(parts[4]) or _convert.irregular_block(parts[4]):
-            parts[3] = ""
-            names.append(_convert.join_pathname(parts))
-    return names
+    return bool(_convert.regular_interval(e_part) or _convert.irregular_block(e_part))
+
+
+def _series_names(db, pattern: str) -> list:
+    """Pathnames (D part blank) of the time series in ``db`` that ``pattern`` matches, one per
+    series in catalogue order (``db.catalog(pattern, condensed=True)`` without the frame)."""
+    from . import _convert, _database
+
+    names: dict = {}
+    for _, parts, _ in _database._catalog_rows(db, pattern):
+        if _is_series_e_part(parts[4]):
+            key = _convert.series_key(parts)
+            if key not in names:
+                names[key] = _convert.join_pathname([*parts[:3], "", *parts[4:]])
+    return list(names.values())
 
 
 def read_file(path, pathname_or_pattern: str, start=None, end=None):
