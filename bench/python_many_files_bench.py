@@ -13,6 +13,7 @@ not timed. On a shared machine the figures follow its load: compare them at the 
 from __future__ import annotations
 
 import argparse
+import os
 import pathlib
 import tempfile
 import time
@@ -39,17 +40,25 @@ def make_files(folder: pathlib.Path, files: int, series: int, values: int) -> li
     return paths
 
 
+def cpu_seconds(client) -> dict:
+    """CPU seconds used so far by each worker process."""
+    return client.run(time.process_time)
+
+
 def best_times(repeats: int, works: dict) -> tuple:
-    """(fastest time in seconds of each work, result of each) after one untimed warm-up run;
-    the works take turns, so a change in the machine's load touches them alike."""
+    """(fastest time in seconds of each work, this process' CPU seconds per run of each,
+    result of each) after one untimed warm-up run; the works take turns, so a change in the
+    machine's load touches them alike."""
     results = {name: work() for name, work in works.items()}
     best = {name: float("inf") for name in works}
+    cpu = {name: 0.0 for name in works}
     for _ in range(repeats):
         for name, work in works.items():
-            begin = time.perf_counter()
+            begin, begin_cpu = time.perf_counter(), time.process_time()
             results[name] = work()
             best[name] = min(best[name], time.perf_counter() - begin)
-    return best, results
+            cpu[name] += (time.process_time() - begin_cpu) / repeats
+    return best, cpu, results
 
 
 def main() -> None:
@@ -75,19 +84,31 @@ def main() -> None:
               f"{time.perf_counter() - begin:.1f} s")
         with LocalCluster(n_workers=args.workers, threads_per_worker=1, processes=True,
                           dashboard_address=None) as cluster, Client(cluster) as client:
-            best, results = best_times(args.repeats, {
+            cpu_before = cpu_seconds(client)
+            best, cpu, results = best_times(args.repeats, {
                 "serial": lambda: varnock.read_many_files(files, PATTERN),
                 "parallel": lambda: varnock.read_many_files(files, PATTERN, client=client)})
+            cpu_after = cpu_seconds(client)
         serial_s, parallel_s = best["serial"], best["parallel"]
         serial, parallel = results["serial"], results["parallel"]
         assert parallel.shape == serial.shape == (args.values, args.files * args.series)
         pd.testing.assert_frame_equal(parallel, serial)
+    workers_cpu = [(cpu_after[w] - cpu_before[w]) / (args.repeats + 1) for w in cpu_after]
     total = args.files * args.series * args.values
     print(f"{'':28}{'seconds':>10}{'values/s':>14}")
     print(f"{'serial (this process)':28}{serial_s:10.3f}{total / serial_s:14.3g}")
     print(f"{f'Dask, {args.workers} worker processes':28}{parallel_s:10.3f}"
           f"{total / parallel_s:14.3g}")
     print(f"serial / parallel = {serial_s / parallel_s:.2f}")
+    # Where the machine is shared, the processes of one session share what the scheduler gives
+    # that session (Linux autogroups), so the CPU seconds show the work each process did: with
+    # a core each, the parallel run lasts about as long as its busiest worker.
+    print(f"CPU seconds per run: serial {cpu['serial']:.2f}; parallel: this process "
+          f"{cpu['parallel']:.2f}, workers {', '.join(f'{used:.2f}' for used in workers_cpu)}")
+    load = os.getloadavg()[0]
+    if load > os.cpu_count():
+        print(f"load average {load:.1f} on {os.cpu_count()} cores: the figures are bounded by "
+              f"the share of the machine this session gets")
 
 
 if __name__ == "__main__":
