@@ -209,15 +209,14 @@ def plot(data, ax=None, figsize: Optional[tuple] = None):
     items = _items(data)
     if not items:
         raise ValueError("nothing to plot")
-    groups: dict = {}
-    for item in items:
-        groups.setdefault(item.panel_key() if ax is None else "all", []).append(item)
     if ax is not None:
-        kinds = {item.kind for item in items}
-        if len(kinds) > 1:
+        if len({item.kind for item in items}) > 1:
             raise ValueError("time series and paired data cannot share one set of axes")
         _draw(ax, items)
         return ax
+    groups: dict = {}
+    for item in items:
+        groups.setdefault(item.panel_key(), []).append(item)
     plt = pyplot()
     panels = list(groups.values())
     size = figsize or (9, 3.2 + 2.6 * len(panels))
