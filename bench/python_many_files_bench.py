@@ -1,8 +1,9 @@
-"""Many files into pandas: N files x M hourly series read with varnock.read_many_files, serially
+"""Many files into pandas: N files x M hourly series (by default 400 ensemble-like files of 50
+week-long series) read with varnock.read_many_files, serially
 in this process against a local Dask cluster of worker processes.
 
     PYTHONPATH=BUILD/python /usr/bin/python3 bench/python_many_files_bench.py
-        [--files 200] [--series 20] [--values 744] [--workers 2] [--repeats 5]
+        [--files 400] [--series 50] [--values 168] [--workers 2] [--repeats 5]
 
 Reports the best of ``--repeats`` runs of each, taking turns (after one warm-up run, so both
 read files the page cache already holds and the workers have imported the module), values
@@ -63,9 +64,9 @@ def best_times(repeats: int, works: dict) -> tuple:
 
 def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("--files", type=int, default=200)
-    parser.add_argument("--series", type=int, default=20)
-    parser.add_argument("--values", type=int, default=744)
+    parser.add_argument("--files", type=int, default=400)
+    parser.add_argument("--series", type=int, default=50)
+    parser.add_argument("--values", type=int, default=168)
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--repeats", type=int, default=5)
     args = parser.parse_args()
