@@ -1,6 +1,6 @@
 """Many files into pandas: N files x M hourly series (by default 400 ensemble-like files of 50
-week-long series) read with varnock.read_many_files, serially
-in this process against a local Dask cluster of worker processes.
+week-long series) read with varnock.read_many_files, serially in this process against a local
+Dask cluster of worker processes.
 
     PYTHONPATH=BUILD/python /usr/bin/python3 bench/python_many_files_bench.py
         [--files 400] [--series 50] [--values 168] [--workers 2] [--repeats 5]
