@@ -295,7 +295,8 @@ TEST(VarnockToolPlotTest, FailuresSayWhatToDo) {
   };
   const std::vector<Case> cases = {
       {"no interpreter", folder.File("no-such-python"), 1, "VARNOCK_PYTHON", false},
-      {"no module", Wrapper(folder, "isolated", "exec /usr/bin/python3 -I \"$@\""), 1,
+      // -I -S: neither PYTHONPATH nor site-packages, so no varnock wherever it is installed.
+      {"no module", Wrapper(folder, "isolated", "exec /usr/bin/python3 -I -S \"$@\""), 1,
        "needs the Python module varnock", false},
       {"no matplotlib",
        Wrapper(folder, "nompl",
