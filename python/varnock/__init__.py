@@ -24,3 +24,10 @@ from ._database import open  # noqa: E402,F401
 
 _database.install(_core)
 _records.install(_core)
+
+# Plots (matplotlib, imported on first use) and many-file reads (serial or through Dask).
+from . import plotting as _plotting  # noqa: E402
+from .many import read_ensemble, read_many_files  # noqa: E402,F401
+from .plotting import plot  # noqa: E402,F401
+
+_plotting.install(_core)

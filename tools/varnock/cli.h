@@ -153,6 +153,8 @@ int RunUndelete(const std::vector<std::string>& args);
 int RunDump(const std::vector<std::string>& args);
 int RunExport(const std::vector<std::string>& args);
 int RunImport(const std::vector<std::string>& args);
+// Runs the Python module's plot command (python3 -m varnock plot ARGS).
+int RunPlot(const std::vector<std::string>& args);
 
 }  // namespace varnock::cli
 

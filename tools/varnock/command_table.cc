@@ -81,6 +81,15 @@ const std::vector<Command>& Commands() {
        "usage: varnock undelete FILE PATTERN...\n\nRestores deleted records that match; a name a "
        "live record has taken since stays deleted.\n",
        RunUndelete},
+      {"plot", "draw time series or paired data into an image (needs Python, matplotlib)",
+       "usage: varnock plot FILE PATHNAME... --output IMAGE [--start T] [--end T]\n\n"
+       "Draws the series PATHNAME names (several share one figure; * and ? select many)\n"
+       "or paired data (curves against the first axis) into IMAGE (PNG, SVG or PDF),\n"
+       "labelled with pathname parts, units and curve labels. --start and --end limit\n"
+       "time series to a window. Runs '/usr/bin/python3 -m varnock plot' (another\n"
+       "interpreter through VARNOCK_PYTHON), which needs the varnock module and\n"
+       "matplotlib (apt install python3-matplotlib).\n",
+       RunPlot},
   };
   return kCommands;
 }

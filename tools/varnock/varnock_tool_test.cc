@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -370,3 +372,98 @@ TEST(VarnockToolTest, LocationRecordsListedAndCopied) {
 }
 
 }  // namespace
+namespace plot_tests {
+
+// Sets an environment variable for the tool run by one test, restored at the end.
+class ScopedEnv {
+ public:
+  ScopedEnv(const char* name, const std::string& value) : name_(name) {
+    const char* old = std::getenv(name);
+    had_ = old != nullptr;
+    if (had_) old_ = old;
+    setenv(name, value.c_str(), 1);
+  }
+  ~ScopedEnv() { had_ ? setenv(name_, old_.c_str(), 1) : unsetenv(name_); }
+
+ private:
+  const char* name_;
+  bool had_ = false;
+  std::string old_;
+};
+
+// The Python package beside the tool in the build tree (BUILD/python next to BUILD/bin).
+bool ModuleBuilt() {
+  const std::filesystem::path tool(VARNOCK_TOOL_PATH);
+  return std::filesystem::is_regular_file(tool.parent_path().parent_path() / "python" / "varnock" /
+                                          "__main__.py");
+}
+
+// An interpreter wrapper: runs /usr/bin/python3 with extra arguments or environment.
+std::string Wrapper(const TempFolder& folder, const std::string& name, const std::string& body) {
+  const std::string path = folder.File(name);
+  std::ofstream(path) << "#!/bin/sh\n" << body << "\n";
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  return path;
+}
+
+TEST(VarnockToolPlotTest, WritesAnImageOfAReferenceSeries) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  if (!ModuleBuilt()) GTEST_SKIP() << "the Python module is not built (VARNOCK_PYTHON=OFF)";
+  TempFolder folder;
+  const std::string image = folder.File("flow.png");
+  const Outcome plot = RunTool("plot " + Quoted(source) +
+                                   " /FIXTURES/HOURLY/FLOW//1Hour/F77-ZSRTS/ "
+                                   "/FIXTURES/RESERVOIR/ELEV-STORAGE///F77-ZSPD/ --output " +
+                                   Quoted(image) + " --start 2021-02-01 --end 2021-03-01",
+                               folder);
+  ASSERT_EQ(plot.exit_code, 0) << plot.err;
+  std::ifstream png(image, std::ios::binary);
+  char signature[8] = {};
+  png.read(signature, sizeof signature);
+  EXPECT_EQ(std::string(signature + 1, 3), "PNG");
+  EXPECT_GT(std::filesystem::file_size(image), 10000u);
+}
+
+TEST(VarnockToolPlotTest, FailuresSayWhatToDo) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  TempFolder folder;
+  const std::string args = "plot " + Quoted(source) + " /FIXTURES/HOURLY/FLOW//1Hour/F77-ZSRTS/" +
+                           " --output " + Quoted(folder.File("x.png"));
+  // A stand-in for matplotlib that cannot be imported.
+  std::filesystem::create_directories(folder.path() / "hide" / "matplotlib");
+  std::ofstream(folder.File("hide/matplotlib/__init__.py")) << "raise ImportError('hidden')\n";
+  struct Case {
+    const char* name;
+    std::string python;  // VARNOCK_PYTHON
+    int exit_code;
+    const char* expected;  // in the one line on stderr
+    bool needs_module;
+  };
+  const std::vector<Case> cases = {
+      {"no interpreter", folder.File("no-such-python"), 1, "VARNOCK_PYTHON", false},
+      // -I -S: neither PYTHONPATH nor site-packages, so no varnock wherever it is installed.
+      {"no module", Wrapper(folder, "isolated", "exec /usr/bin/python3 -I -S \"$@\""), 1,
+       "needs the Python module varnock", false},
+      {"no matplotlib",
+       Wrapper(folder, "nompl",
+               "PYTHONPATH=" + folder.File("hide") + ":$PYTHONPATH exec /usr/bin/python3 \"$@\""),
+       1, "apt install python3-matplotlib", true},
+  };
+  for (const Case& each : cases) {
+    if (each.needs_module && !ModuleBuilt()) continue;
+    ScopedEnv python("VARNOCK_PYTHON", each.python);
+    const Outcome outcome = RunTool(args, folder);
+    EXPECT_EQ(outcome.exit_code, each.exit_code) << each.name << ": " << outcome.err;
+    EXPECT_NE(outcome.err.find(each.expected), std::string::npos)
+        << each.name << ": " << outcome.err;
+    EXPECT_EQ(CountLines(outcome.err), 1) << each.name << ": " << outcome.err;
+  }
+  if (!ModuleBuilt()) return;
+  const Outcome unknown = RunTool(
+      "plot " + Quoted(source) + " /NO/SUCH/SERIES//1Hour// -o " + Quoted(folder.File("y.png")),
+      folder);
+  EXPECT_EQ(unknown.exit_code, 4) << unknown.err;
+  EXPECT_EQ(RunTool("plot " + Quoted(source), folder).exit_code, 2);
+}
+
+}  // namespace plot_tests
