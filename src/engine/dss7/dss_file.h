@@ -1,19 +1,24 @@
 // A DSS version 7 file: open, create, look up, read, write, rewrite, delete, undelete, rename,
 // copy and catalog records. Never throws; every operation returns a Status.
 //
-// Write ordering (every write operation): a failure at any I/O step must leave every record
-// that was in the file before readable. So each operation runs in this order:
-//   1. data: areas taken from the end of the file (new bin block, record area, end marker) in
-//      one write past the old end; contents of fresh bins the header has not yet handed out;
-//      for an in-place rewrite, the arrays and then the info block;
-//   2. header: claims the space and updates the counters;
-//   3. link: the hash-table entry, overflow link, bin entry or bin pointer that makes the
-//      new data reachable;
-//   4. retire: superseded info blocks and bin entries are marked moved/renamed/deleted, so a
-//      squeeze never revives them;
-//   5. sync.
-// An interrupted operation can leave unreachable space or a counter off by one, never a
-// reachable pointer to space that a later append would overwrite.
+// Write ordering (every write operation): whatever I/O step fails or is cut short, every
+// record must hold either its state before the operation or after it. So nothing live is
+// ever overwritten, and each operation runs in this order:
+//   1. mark: header word 29 := 1 (write in progress), the first write of the operation;
+//   2. data: areas taken from the end of the file (new bin block, record area, end marker) in
+//      one write past the old end; a fresh bin the header has not yet handed out; new info
+//      blocks are written with status "moved", so a squeeze never takes them for records;
+//   3. header: claims the space and updates the counters;
+//   4. link: one small write makes the new data reachable (a hash-table or bin link word, a
+//      new bin entry whose hash or status word is written last, a status word);
+//   5. retire and activate: superseded bin entries and info blocks are marked moved, renamed
+//      or deleted, then the new info block is marked live;
+//   6. header again with word 29 := 0.
+// A rewrite is a new record version with its own bin entry; the superseded entry (status
+// "moved", a status HEC's tools never list) is the slot the next rewrite of the path reuses.
+// The first write to a file whose word 29 is still set (an operation was interrupted) repairs
+// what the interruption can leave: counters, half-made links, dangling entries, info blocks
+// whose status disagrees with their entries.
 #ifndef VARNOCK_ENGINE_DSS7_DSS_FILE_H_
 #define VARNOCK_ENGINE_DSS7_DSS_FILE_H_
 
@@ -80,8 +85,7 @@ struct RecordData {
   // A rewrite may change the record's type (paired data 200 <-> 205, text 300 <-> 310,
   // which HEC replaces); otherwise only 100 <-> 105 and 110 <-> 115 may change.
   bool any_type = false;
-  // A rewrite goes to new space even when the old space would hold it: the old record stays
-  // whole until the new one is linked, whatever step fails.
+  // Kept for callers written before every rewrite went to new space; no longer needed.
   bool move_on_rewrite = false;
 };
 
@@ -181,6 +185,11 @@ class DssFile {
   Status BeginWrite();
   Status EndWrite(Status status);
   Status WriteHeader();
+  // Every write of a write operation goes through Put: the first one marks the header.
+  Status Put(int64_t address, std::span<const int64_t> words);
+  Status PutWord(int64_t address, int64_t value);
+  Status Repair();  // under the write lock, after an interrupted operation
+  void RepairIfInterrupted();
 
   std::unique_ptr<FileIO> io_;
   FileOptions options_;
@@ -189,6 +198,7 @@ class DssFile {
   bool read_only_ = false;
   bool open_ = false;
   bool in_write_ = false;
+  bool marked_ = false;    // this operation has set the write-in-progress word
   bool unsynced_ = false;  // written since the last fsync
   bool stale_ = false;     // a write failed: reload everything before the next operation
   std::vector<int64_t> hash_table_;

@@ -15,6 +15,7 @@ namespace varnock::engine::dss7 {
 
 // Result of walking one path's hash chain.
 struct DssFile::Probe {
+  bool full_walk = false;  // writers: walk the whole chain even after a match
   int64_t bin_hash = 0;
   int32_t table_hash = 0;
   int64_t chain_head = 0;      // hash-table entry (0: no chain yet)
@@ -26,6 +27,9 @@ struct DssFile::Probe {
   int64_t entry_offset = 0;
   BinEntry entry;
   InfoBlock info;  // of a live or deleted match
+  // A superseded (moved) or deleted entry of the same path that a new entry may take over.
+  int64_t dead_slot_bin = 0;
+  int64_t dead_slot_offset = 0;
 };
 
 struct DssFile::CopyMeta {
@@ -35,7 +39,8 @@ struct DssFile::CopyMeta {
 
 // Where a new bin entry goes and how it is linked in.
 struct Placement {
-  enum class Kind { kHashTable, kOverflow, kInBin } kind = Kind::kInBin;
+  // kInBin: appended after the last entry of a bin; kReuse: over a dead entry of the path.
+  enum class Kind { kHashTable, kOverflow, kInBin, kReuse } kind = Kind::kInBin;
   int64_t bin = 0;
   int64_t offset = 0;
   int64_t link_address = 0;  // hash-table word or previous bin's link word
@@ -55,6 +60,7 @@ class Writer {
   // Sets the entry's info address and puts it into its fresh bin, if it has one.
   void FinishEntry(Placement* p, int64_t info_address);
   Status WriteData();
+  // The new bin block's link (if any), then the one write that makes the entry reachable.
   Status WriteLink(const Placement& p);
   Status WriteWord(int64_t address, int64_t value);
   // Header statistics for a path newly entered, and for a record's areas.
