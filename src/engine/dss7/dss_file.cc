@@ -180,9 +180,13 @@ Status DssFile::Open(const std::string& path, const FileOptions& options,
 Status DssFile::Create(const std::string& path, const CreateOptions& create,
                        const FileOptions& options, std::unique_ptr<DssFile>* out) {
   std::unique_ptr<PosixFileIO> io;
-  const Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
+  Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
   if (s != Status::kOk) return s;
-  return CreateIO(std::move(io), create, options, out);
+  if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
+  if ((s = LockForCreate(*io, options)) != Status::kOk) return s;
+  s = CreateIO(std::move(io), create, options, out);
+  if (s == Status::kOk) (void)(*out)->io_->UnlockWords(create::kLockWordsAddress, 1);
+  return s;
 }
 
 Status DssFile::OpenOrCreate(const std::string& path, const CreateOptions& create,
@@ -191,18 +195,47 @@ Status DssFile::OpenOrCreate(const std::string& path, const CreateOptions& creat
   *created = false;
   std::unique_ptr<PosixFileIO> io;
   Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kReadWriteOrReadOnly, &io);
-  if (s == Status::kOpenFailed) {
+  if (s == Status::kOpenFailed && !options.read_only) {
     s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
   }
   if (s != Status::kOk) return s;
-  int64_t size = 0;
-  s = io->SizeBytes(&size);
-  if (s != Status::kOk) return s;
-  if (size == 0) {
-    if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
-    *created = true;
-    return CreateIO(std::move(io), create, options, out);
+  return OpenOrCreateIO(std::move(io), create, options, out, created);
+}
+
+Status DssFile::LockForCreate(FileIO& io, const FileOptions& options) {
+  for (int attempt = 0;; ++attempt) {
+    const Status s = io.LockWords(create::kLockWordsAddress, 1);
+    if (s != Status::kLockBusy || attempt + 1 >= options.lock_attempts) return s;
+    std::this_thread::sleep_for(std::chrono::milliseconds(options.lock_wait_ms));
   }
+}
+
+Status DssFile::OpenOrCreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                               const FileOptions& options, std::unique_ptr<DssFile>* out,
+                               bool* created) {
+  *created = false;
+  out->reset();
+  if (!io) return Status::kInvalidArgument;
+  VersionInfo version;
+  Status s = ProbeVersion(*io, &version);
+  // A creator writes the header last: "ZDSS" means the file is complete.
+  if (s != Status::kNotDssFile) return s == Status::kOk ? OpenIO(std::move(io), options, out) : s;
+  int64_t size = 0;
+  if ((s = io->SizeBytes(&size)) != Status::kOk) return s;
+  if (io->ReadOnly() || options.read_only) {
+    return size == 0 ? Status::kReadOnly : Status::kNotDssFile;
+  }
+  // Empty, or being created by another process right now: decide under the lock.
+  if ((s = LockForCreate(*io, options)) != Status::kOk) return s;
+  if ((s = io->SizeBytes(&size)) == Status::kOk && size == 0) {
+    s = CreateIO(std::move(io), create, options, out);
+    if (s != Status::kOk) return s;
+    *created = true;
+    return (*out)->io_->UnlockWords(create::kLockWordsAddress, 1);
+  }
+  if (s == Status::kOk) s = ProbeVersion(*io, &version);
+  (void)io->UnlockWords(create::kLockWordsAddress, 1);
+  if (s != Status::kOk) return s;  // kNotDssFile: a file of someone else's, left as it is
   return OpenIO(std::move(io), options, out);
 }
 
@@ -249,7 +282,7 @@ Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create
       next += words;
       return at;
     };
-    h[hdr::kLockWordsAddress] = take(create::kLockWords);
+    h[hdr::kLockWordsAddress] = take(create::kLockWords);  // create::kLockWordsAddress
     h[hdr::kLockArraySize] = create::kLockArraySize;
     h[hdr::kWriteLockArrayAddress] = take(create::kLockArraySize);
     h[hdr::kReadLockArrayAddress] = take(create::kLockArraySize);
@@ -527,11 +560,7 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
 
 Status DssFile::Lookup(std::string_view path, InfoBlock* info) {
   if (!open_) return Status::kNotOpen;
-  return NoThrow([&]() -> Status {
-    if (stale_) {
-      const Status s = LoadHeader();
-      if (s != Status::kOk) return s;
-    }
+  return ReadRetrying([&]() -> Status {
     Probe probe;
     const Status s = FindEntry(path, Want::kLive, &probe);
     if (s == Status::kOk) *info = std::move(probe.info);
@@ -559,11 +588,7 @@ Status DssFile::ReadAreas(const InfoBlock& info, Record* out) {
 
 Status DssFile::ReadRecord(std::string_view path, Record* out) {
   if (!open_) return Status::kNotOpen;
-  return NoThrow([&]() -> Status {
-    if (stale_) {
-      const Status s = LoadHeader();
-      if (s != Status::kOk) return s;
-    }
+  return ReadRetrying([&]() -> Status {
     Probe probe;
     const Status s = FindEntry(path, Want::kLive, &probe);
     if (s != Status::kOk) return s;

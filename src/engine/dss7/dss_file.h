@@ -114,17 +114,26 @@ class DssFile {
   // A new file; kExists when a non-empty file is already there.
   static Status Create(const std::string& path, const CreateOptions& create,
                        const FileOptions& options, std::unique_ptr<DssFile>* out);
-  // ZOPEN's rule: a missing or empty file is created, anything else opened.
+  // A missing or empty file is created, a DSS file opened; any other file is left alone
+  // (kNotDssFile). Safe when several processes do it at once: see OpenOrCreateIO.
   static Status OpenOrCreate(const std::string& path, const CreateOptions& create,
                              const FileOptions& options, std::unique_ptr<DssFile>* out,
                              bool* created);
   static Status OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
                        std::unique_ptr<DssFile>* out);
+  // The emptiness test and the creation run under the primary write lock (the lock word of
+  // every file we create), so of several processes opening a missing file at once exactly
+  // one creates it and the others open what it made.
+  static Status OpenOrCreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                               const FileOptions& options, std::unique_ptr<DssFile>* out,
+                               bool* created);
   // `io` must be empty.
   static Status CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
                          const FileOptions& options, std::unique_ptr<DssFile>* out);
   // Reads only the first bytes: kOk with the version, kNotDssFile, or a read error.
   static Status ProbeVersion(FileIO& io, VersionInfo* out);
+  // Takes the lock word of a file being created, waiting as for a write.
+  static Status LockForCreate(FileIO& io, const FileOptions& options);
   static void ChooseSizes(int64_t expected_paths, int64_t* hash_table_size, int64_t* bin_size);
 
   ~DssFile();
@@ -185,6 +194,9 @@ class DssFile {
   Status BeginWrite();
   Status EndWrite(Status status);
   Status WriteHeader();
+  // Runs a read, and runs it again while a failure may come from a concurrent writer.
+  template <typename F>
+  Status ReadRetrying(F&& read);
   // Every write of a write operation goes through Put: the first one marks the header.
   Status Put(int64_t address, std::span<const int64_t> words);
   Status PutWord(int64_t address, int64_t value);

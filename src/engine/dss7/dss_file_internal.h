@@ -3,10 +3,12 @@
 #define VARNOCK_ENGINE_DSS7_DSS_FILE_INTERNAL_H_
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <new>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "engine/dss7/dss_file.h"
@@ -100,6 +102,42 @@ Status NoThrow(F&& f) {
     return Status::kNoMemory;
   } catch (const std::length_error&) {
     return Status::kNoMemory;
+  }
+}
+
+// Reads take no lock. A writer in another process may be between two steps of an operation,
+// or this handle's header may predate the writer's last operation (a new bin block, a record
+// past the end we know). So when a read fails in a way a concurrent write can cause, look at
+// the file afresh and try again while the file keeps changing or a writer is at work (its
+// lock held and the header's write-in-progress word set). A failure on a file that stays
+// still stands.
+inline constexpr int kReadRetries = 100;
+inline constexpr int kReadRetryWaitMs = 5;
+
+template <typename F>
+Status DssFile::ReadRetrying(F&& read) {
+  for (int attempt = 0;; ++attempt) {
+    Status s = stale_ ? LoadHeader() : Status::kOk;
+    if (s == Status::kOk) s = NoThrow(read);
+    if (s != Status::kDamaged && s != Status::kNotFound && s != Status::kPathMismatch &&
+        s != Status::kReadError && s != Status::kInvalidHeader) {
+      return s;
+    }
+    if (attempt >= kReadRetries) return s;
+    const HeaderWords seen = header_;
+    const int64_t seen_words = physical_words_;
+    if (LoadHeader() != Status::kOk) {
+      stale_ = true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(kReadRetryWaitMs));
+      continue;
+    }
+    bool writing = false;
+    if (header_[hdr::kWriteInProgress] != 0) {
+      bool held = false;
+      writing = io_->TestWords(header_[hdr::kLockWordsAddress], 1, &held) == Status::kOk && held;
+    }
+    if (!writing && header_ == seen && physical_words_ == seen_words) return s;
+    if (writing) std::this_thread::sleep_for(std::chrono::milliseconds(kReadRetryWaitMs));
   }
 }
 

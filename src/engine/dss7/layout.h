@@ -100,6 +100,7 @@ inline constexpr int kEndHeader = 99;
 // Values a new file gets.
 namespace create {
 inline constexpr char kVersionString[4] = {'7', '-', 'J', 'A'};
+inline constexpr int64_t kLockWordsAddress = 100;  // the first area after the header
 inline constexpr int64_t kLockWords = 3;
 inline constexpr int64_t kLockArraySize = 25;
 inline constexpr int64_t kReclaimTableWords = 1002;
