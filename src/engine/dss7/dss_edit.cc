@@ -132,19 +132,11 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     if (st != Status::kOk && st != Status::kNotFound) return st;
     if (target.found) {
       if (target.info.address == old.address) return Status::kInvalidArgument;
-      // A record already under the new name is deleted first (10.3).
-      if ((st = w.WriteWord(target.info.address + info::kStatus, entry_status::kDeleted)) !=
-              Status::kOk ||
-          (st = w.WriteWord(target.entry_bin + target.entry_offset + bin::kStatus,
-                            entry_status::kDeleted)) != Status::kOk) {
-        return st;
-      }
+      // A record already under the new name is deleted (10.3), once the new entry is linked.
       AddTo(h, hdr::kRecordCount, -1);
       AddTo(h, hdr::kDeleteCount, 1);
       AddTo(h, hdr::kSortDeletes, 1);
       w.CountAreas(target.info, -1);
-      st = FindEntry(new_path, Want::kLive, &target);
-      if (st != Status::kNotFound) return st == Status::kOk ? Status::kDamaged : st;
     }
 
     // The renamed record gets a new info block (marked moved until its entry is linked), so
@@ -179,6 +171,12 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     if ((st = w.WriteData()) != Status::kOk) return st;
     if ((st = WriteHeader()) != Status::kOk) return st;
     if ((st = w.WriteLink(place)) != Status::kOk) return st;
+    if (target.found && ((st = w.WriteWord(target.entry_bin + target.entry_offset + bin::kStatus,
+                                           entry_status::kDeleted)) != Status::kOk ||
+                         (st = w.WriteWord(target.info.address + info::kStatus,
+                                           entry_status::kDeleted)) != Status::kOk)) {
+      return st;
+    }
     const int64_t old_entry = old_probe.entry_bin + old_probe.entry_offset;
     if ((st = w.WriteWord(old_entry + bin::kStatus, entry_status::kRenamed)) != Status::kOk ||
         (st = w.WriteWord(old.address + info::kStatus, entry_status::kRenamed)) != Status::kOk) {

@@ -146,6 +146,9 @@ std::vector<WriteOp> Operations(const std::string& existing, const std::string& 
       {"rename moved",
        [=](DssFile& f) { return f.Rename(other, prefix + "A-MUCH-LONGER-F-PART/"); },
        {other, prefix + "A-MUCH-LONGER-F-PART/"}},
+      {"rename over an existing record",
+       [=](DssFile& f) { return f.Rename(other, existing); },
+       {other, existing}},
       {"copy within",
        [=](DssFile& f) { return f.Copy(existing, f, "/COPY/OF/IT///X/"); },
        {"/COPY/OF/IT///X/"}},
@@ -223,6 +226,8 @@ TEST(Dss7Fault, NewBinBlockSurvivesAFailureAtEveryStep) {
   probe.reset();
   // Records written by the operation itself are new; only the old ones are compared.
   FailEveryStep(base, op);
+  std::printf("[ figures  ] %lld injected fault points so far\n",
+              static_cast<long long>(g_fault_points));
 }
 
 TEST(Dss7Fault, ReferenceFileCopySurvivesFailures) {
@@ -232,6 +237,8 @@ TEST(Dss7Fault, ReferenceFileCopySurvivesFailures) {
                                    "/FIXTURES/NOTES/README///", "C-ZTEXTSTORE/")) {
     FailEveryStep(base, op);
   }
+  std::printf("[ figures  ] %lld injected fault points so far\n",
+              static_cast<long long>(g_fault_points));
 }
 
 }  // namespace
