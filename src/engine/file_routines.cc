@@ -228,8 +228,7 @@ bool Answer(int32_t* ifltab, std::string_view keyword, std::string_view text_in,
     Number(a, std::max<int64_t>(h[dss7::hdr::kFileSize], 0));
   } else if (keyword == "DEAD") {
     fresh();
-    const int64_t words = std::max<int64_t>(h[dss7::hdr::kFileSize], 1);
-    Number(a, std::clamp<int64_t>(h[dss7::hdr::kDeadSpace], 0, words) * 100 / words);
+    Number(a, dss7::DeadSpacePercent(h));
   } else if (keyword == "TABL") {
     // A DSS-7 hash table keeps the size it was made with.
     Number(a, 2);
@@ -330,7 +329,7 @@ void CloseTableFile(int32_t* ifltab) {
                   "Kbytes;  Percent Inactive: %lld",
                   table->handle, static_cast<long long>(h[dss7::hdr::kRecordCount]),
                   static_cast<long long>((words * 8 + 1023) / 1024),
-                  static_cast<long long>(h[dss7::hdr::kDeadSpace] * 100 / words));
+                  static_cast<long long>(dss7::DeadSpacePercent(h)));
     Message(2, line + std::string(";  File: ") + table->name);
   }
   DetachTable(ifltab);

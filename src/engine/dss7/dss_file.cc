@@ -30,6 +30,11 @@ int LetterValue(char c) {
 
 }  // namespace
 
+int64_t DeadSpacePercent(const HeaderWords& h) {
+  const int64_t words = std::clamp<int64_t>(h[hdr::kFileSize], 1, kMaxFileWords);
+  return std::clamp<int64_t>(h[hdr::kDeadSpace], 0, words) * 100 / words;
+}
+
 DssFile::DssFile(std::unique_ptr<FileIO> io, const FileOptions& options)
     : io_(std::move(io)), options_(options) {}
 

@@ -107,6 +107,10 @@ struct CatalogFilter {
   int64_t changed_since_ms = 0;  // entries written at or after this time; 0 = all
 };
 
+// Dead space as a whole percentage of the file (0..100), whatever the header words hold: HEC's
+// estimate mixes units and may exceed the file, and a damaged word may be anything.
+int64_t DeadSpacePercent(const HeaderWords& header);
+
 class DssFile {
  public:
   static Status Open(const std::string& path, const FileOptions& options,
