@@ -55,6 +55,11 @@ class Writer {
   explicit Writer(DssFile& f);
   // Takes words from the end of the file; they land in the tail written by WriteData().
   int64_t Allocate(int64_t words);
+  // A record's area: a piece listed in the reclaim table when one is big enough, else the end.
+  // `granted` may exceed `words`: the rest of a piece too small to list again.
+  Status AllocateRecord(int64_t words, int64_t* address, int64_t* granted);
+  // Lists a superseded record's space for reuse (after the operation has retired it).
+  Status Free(int64_t address, int64_t words);
   std::span<int64_t> TailAt(int64_t address, int64_t words);
   // Places a new entry for `path` after the chain `probe` walked, taking a bin if needed.
   Status PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std::string_view path,
@@ -73,7 +78,13 @@ class Writer {
  private:
   Status TakeBin(int64_t* bin);
 
+  Status ReadReclaimTable(std::vector<int64_t>* table, int64_t* at);
+
   DssFile& f_;
+  int64_t reuse_at_ = 0;  // a reused piece's new record area, written by WriteData()
+  std::vector<int64_t> reuse_words_;
+  int64_t reuse_pair_at_ = 0;  // the reclaim pair's length word, and its new value
+  int64_t reuse_pair_length_ = 0;
   int64_t tail_start_;
   std::vector<int64_t> tail_;
   int64_t fresh_bin_ = 0;

@@ -120,6 +120,11 @@ int64_t Writer::Allocate(int64_t words) {
 }
 
 std::span<int64_t> Writer::TailAt(int64_t address, int64_t words) {
+  if (reuse_at_ != 0 && address >= reuse_at_ &&
+      address < reuse_at_ + static_cast<int64_t>(reuse_words_.size())) {
+    return std::span<int64_t>(reuse_words_)
+        .subspan(static_cast<size_t>(address - reuse_at_), static_cast<size_t>(words));
+  }
   return std::span<int64_t>(tail_).subspan(static_cast<size_t>(address - tail_start_),
                                            static_cast<size_t>(words));
 }
@@ -210,6 +215,10 @@ Status Writer::WriteData() {
     s = f_.Put(tail_start_, tail_);
   }
   if (s == Status::kOk && fresh_bin_ != 0) s = f_.Put(fresh_bin_, fresh_bin_words_);
+  // A reused piece: the record first (the piece is still listed, so nothing points at it),
+  // then the shorter length of its reclaim pair (one word, which only ever shrinks).
+  if (s == Status::kOk && reuse_at_ != 0) s = f_.Put(reuse_at_, reuse_words_);
+  if (s == Status::kOk && reuse_pair_at_ != 0) s = WriteWord(reuse_pair_at_, reuse_pair_length_);
   if (s == Status::kOk)
     f_.physical_words_ = std::max(f_.physical_words_, f_.header_[hdr::kFileSize] + 1);
   return s;
@@ -347,9 +356,11 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
       if (st != Status::kOk) return st;
       const int64_t total =
           info::kFixedWords + path_words + HeaderAreaWords(data) + WordsForInt32s(allocated);
-      b.address = w.Allocate(total);
+      int64_t granted = 0;
+      if ((st = w.AllocateRecord(total, &b.address, &granted)) != Status::kOk) return st;
       w.FinishEntry(&place, b.address);
-      LayOut(data, b.address + info::kFixedWords + path_words, allocated, &b);
+      LayOut(data, b.address + info::kFixedWords + path_words, allocated + 2 * (granted - total),
+             &b);
       auto area = w.TailAt(b.address, total);
       EncodeInfoBlock(b, area);
       PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
@@ -408,9 +419,10 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
     const int64_t path_words = WordsForBytes(b.path_length);
     const int64_t total =
         info::kFixedWords + path_words + HeaderAreaWords(data) + WordsForInt32s(allocated);
-    b.address = w.Allocate(total);
+    int64_t granted = 0;
+    if ((st = w.AllocateRecord(total, &b.address, &granted)) != Status::kOk) return st;
     w.FinishEntry(&place, b.address);
-    LayOut(data, b.address + info::kFixedWords + path_words, allocated, &b);
+    LayOut(data, b.address + info::kFixedWords + path_words, allocated + 2 * (granted - total), &b);
     auto area = w.TailAt(b.address, total);
     EncodeInfoBlock(b, area);
     PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
@@ -423,10 +435,13 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
     if ((st = WriteHeader()) != Status::kOk) return st;
     if ((st = w.WriteLink(place)) != Status::kOk) return st;
     if ((st = w.WriteWord(old_entry + bin::kStatus, entry_status::kMoved)) != Status::kOk ||
-        (st = w.WriteWord(old.address + info::kStatus, entry_status::kMoved)) != Status::kOk) {
+        (st = w.WriteWord(old.address + info::kStatus, entry_status::kMoved)) != Status::kOk ||
+        (st = w.WriteWord(b.address + info::kStatus, entry_status::kLive)) != Status::kOk) {
       return st;
     }
-    return w.WriteWord(b.address + info::kStatus, entry_status::kLive);
+    // The old version's space, when its info block sits right before its arrays.
+    if (old.address + old.Words() != old.area_address[kInternalHeader]) return Status::kOk;
+    return w.Free(old.address, old.Words() + old.BodyWords());
   }));
 }
 

@@ -172,6 +172,10 @@ TEST(Dss7Fault, EveryWritePathSurvivesAFailureAtEveryStep) {
     ASSERT_EQ(file->Delete("/F/B3/FLOW///X/"), Status::kOk);
     Values again(100, 30, 40);
     ASSERT_EQ(file->Rewrite("/F/B4/FLOW///X/", again.data), Status::kOk);
+    Values large(300, 600, 42), larger(300, 640, 43);
+    ASSERT_EQ(file->WriteNewRecord("/F/BIG/TEXT///X/", large.data), Status::kOk);
+    ASSERT_EQ(file->Rewrite("/F/BIG/TEXT///X/", larger.data), Status::kOk);
+    ASSERT_GT(file->header()[hdr::kReclaimTotal], 0);
   }
   for (const auto& op : Operations("/F/B1/FLOW///X/", "/F/B2/FLOW///", "X/"))
     FailEveryStep(base, op);
@@ -187,6 +191,16 @@ TEST(Dss7Fault, EveryWritePathSurvivesAFailureAtEveryStep) {
                 [=](DssFile& f) { return f.Store("/F/B5/FLOW///X/", values->data); },
                 {"/F/B5/FLOW///X/"}};
   FailEveryStep(base, store);
+  auto into_freed = std::make_shared<Values>(300, 500, 44);
+  WriteOp reuse_space{"rewrite into freed space",
+                      [=](DssFile& f) { return f.Rewrite("/F/BIG/TEXT///X/", into_freed->data); },
+                      {"/F/BIG/TEXT///X/"}};
+  FailEveryStep(base, reuse_space);
+  WriteOp new_in_freed{
+      "new record in freed space",
+      [=](DssFile& f) { return f.WriteNewRecord("/F/NEW/BIG///X/", into_freed->data); },
+      {"/F/NEW/BIG///X/"}};
+  FailEveryStep(base, new_in_freed);
   std::printf("[ figures  ] %lld injected fault points, each followed by repair and checks\n",
               static_cast<long long>(g_fault_points));
 }

@@ -10,7 +10,8 @@
 //   - an info block still marked live whose entry was retired: marked like its entry;
 //   - the reachable info block of a live entry still marked moved: marked live, and a rename
 //     caught half way finished (the other name retired);
-//   - counters: record count, hashes used, bins used and left, records per area.
+//   - counters: record count, hashes used, bins used and left, records per area;
+//   - free space the operation listed or took (space.cc): the reclaim table is emptied.
 #include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
@@ -210,6 +211,20 @@ Status DssFile::Repair() {
       if (live[i].info.area_length[a] > 0) ++with_area[a];
     }
   }
+  // 8. Free space listed by the interrupted operation may already be in use: give it all up.
+  const int64_t table_at = h[hdr::kReclaimTableAddress];
+  if (h[hdr::kReclaimTableSize] == create::kReclaimTableWords &&
+      h[hdr::kReclaimPairsPerTable] == create::kReclaimPairs && table_at >= hdr::kWords &&
+      table_at <= end - create::kReclaimTableWords) {
+    std::vector<int64_t> pairs(static_cast<size_t>(2 * create::kReclaimPairs));
+    if ((s = io_->ReadWords(table_at, pairs)) != Status::kOk) return s;
+    if (std::any_of(pairs.begin(), pairs.end(), [](int64_t w) { return w != 0; })) {
+      std::fill(pairs.begin(), pairs.end(), 0);
+      if ((s = Put(table_at, pairs)) != Status::kOk) return s;
+    }
+  }
+  h[hdr::kReclaimTotal] = 0;
+  h[hdr::kReclaimLargest] = 0;
   h[hdr::kRecordCount] = records;
   for (int a = 0; a < kAreaCount; ++a)
     h[kAreaCountWord[a]] = with_area[a];
