@@ -417,6 +417,10 @@ Status DssFile::Put(int64_t address, std::span<const int64_t> words) {
   return io_->WriteWords(address, words);
 }
 
+Status DssFile::Barrier() {
+  return options_.sync_each_write ? io_->Sync() : Status::kOk;
+}
+
 Status DssFile::PutWord(int64_t address, int64_t value) {
   const std::array<int64_t, 1> w{value};
   return Put(address, w);

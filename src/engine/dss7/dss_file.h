@@ -48,9 +48,9 @@ struct FileOptions {
   bool exclusive = false;           // refuse when others have it open; keep it to ourselves
   int lock_attempts = 100;          // tries for the write lock ...
   int lock_wait_ms = 50;            // ... this far apart
-  // fsync after every write operation, for callers that must survive a power cut mid-session.
-  // Off by default: the write order already keeps every earlier record readable when a write
-  // fails, and Close flushes what was written.
+  // fsync around the link step and after every write operation, for callers that must
+  // survive a power cut. Off by default: the write order already keeps every record whole when
+  // a write fails or the process dies, and Close flushes what was written.
   bool sync_each_write = false;
 };
 
@@ -206,6 +206,7 @@ class DssFile {
   Status PutWord(int64_t address, int64_t value);
   Status Repair();  // under the write lock, after an interrupted operation
   void RepairIfInterrupted();
+  Status Barrier();  // fsync when FileOptions::sync_each_write asks for it
 
   std::unique_ptr<FileIO> io_;
   FileOptions options_;

@@ -78,6 +78,7 @@ class Writer {
  private:
   Status TakeBin(int64_t* bin);
 
+  Status Link(const Placement& p);
   Status ReadReclaimTable(std::vector<int64_t>* table, int64_t* at);
 
   DssFile& f_;

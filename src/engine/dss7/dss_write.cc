@@ -229,6 +229,14 @@ Status Writer::WriteWord(int64_t address, int64_t value) {
 }
 
 Status Writer::WriteLink(const Placement& p) {
+  // With sync_each_write, a power cut must not reorder the steps on disk either: the data and
+  // header are durable before the link, and the link before anything is retired.
+  Status s = f_.Barrier();
+  if (s == Status::kOk) s = Link(p);
+  return s == Status::kOk ? f_.Barrier() : s;
+}
+
+Status Writer::Link(const Placement& p) {
   // A new bin block joins the chain only after the header has claimed it.
   if (block_link_at_ != 0) {
     const Status s = WriteWord(block_link_at_, block_link_value_);

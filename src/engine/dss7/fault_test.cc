@@ -257,3 +257,28 @@ TEST(Dss7Fault, ReferenceFileCopySurvivesFailures) {
 
 }  // namespace
 }  // namespace varnock::engine::dss7
+
+namespace varnock::engine::dss7 {
+namespace {
+
+// With sync_each_write the link step is fenced by fsyncs on both sides, and the operation
+// ends with one.
+TEST(Dss7Fault, SyncEachWriteFencesTheLinkStep) {
+  Status s;
+  auto base = MemoryFileIO::NewStorage();
+  ASSERT_NE(testing::CreateMemory(base, {}, &s), nullptr);
+  FileOptions options;
+  options.sync_each_write = true;
+  auto fault = std::make_unique<FaultFileIO>(std::make_unique<MemoryFileIO>(base));
+  FaultFileIO* counter = fault.get();
+  std::unique_ptr<DssFile> file;
+  ASSERT_EQ(DssFile::OpenIO(std::move(fault), options, &file), Status::kOk);
+  Values v(300, 10, 1);
+  ASSERT_EQ(file->Store("/SYNC/A/X///Y/", v.data), Status::kOk);
+  EXPECT_EQ(counter->syncs(), 3);
+  ASSERT_EQ(file->Store("/SYNC/A/X///Y/", v.data), Status::kOk);
+  EXPECT_EQ(counter->syncs(), 6);
+}
+
+}  // namespace
+}  // namespace varnock::engine::dss7
