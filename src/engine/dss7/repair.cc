@@ -13,12 +13,14 @@
 //   - counters: record count, hashes used, bins used and left, records per area;
 //   - free space the operation listed or took (space.cc): the reclaim table is emptied.
 #include <algorithm>
+#include <cctype>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "engine/dss7/codec.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/dss_file_internal.h"
+#include "engine/dss7/hash.h"
 
 namespace varnock::engine::dss7 {
 namespace {
@@ -142,14 +144,43 @@ Status DssFile::Repair() {
     InfoBlock info;
   };
   std::vector<Live> live;
+  // Where each path's lookup lands, from one walk of every chain (a lookup per entry would
+  // cost the square of a long chain): the first live entry of the path in the chain of its
+  // table hash whose info block carries its hash.
+  std::unordered_map<std::string, std::pair<int64_t, InfoBlock>> found;
+  for (size_t t = 0; t < hash_table_.size(); ++t) {
+    int64_t visited = 0;
+    for (int64_t at = hash_table_[t]; at != 0 && visited <= static_cast<int64_t>(bins.size());
+         ++visited) {
+      if ((s = ReadBin(at, bin)) != Status::kOk) return s;
+      BinEntry e;
+      for (int64_t j = 0; DecodeBinEntry(bin, j, &e) == EntryScan::kEntry; j += e.Words()) {
+        if (!entry_status::IsLive(e.status) || e.status == entry_status::kAlias) continue;
+        const std::string path = BinEntryPath(bin, j, e);
+        std::string key = path;
+        for (char& c : key)
+          c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (found.count(key) != 0 || e.hash != BinHash(path) ||
+            TableHash(path, h[hdr::kHashTableSize]) != static_cast<int32_t>(t)) {
+          continue;
+        }
+        InfoBlock info;
+        if (ResolveInfo(e.info_address, e.hash, &info) == Status::kOk)
+          found.emplace(std::move(key), std::make_pair(at + j, std::move(info)));
+      }
+      at = bin[static_cast<size_t>(bin_size - 1)];
+    }
+  }
   for (auto& slot : slots) {
     if (!entry_status::IsLive(slot.entry.status) || slot.entry.status == entry_status::kAlias) {
       continue;
     }
-    Probe probe;
-    const Status found = FindEntry(slot.path, Want::kLive, &probe);
-    if (found == Status::kOk && probe.entry_bin + probe.entry_offset == slot.at) {
-      live.push_back({slot, probe.info});
+    std::string key = slot.path;
+    for (char& c : key)
+      c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    const auto it = found.find(key);
+    if (it != found.end() && it->second.first == slot.at) {
+      live.push_back({slot, it->second.second});
       continue;
     }
     if ((s = PutWord(slot.at + bin::kStatus, entry_status::kMoved)) != Status::kOk) return s;
