@@ -25,9 +25,6 @@ using dss7::DssFile;
 using dss7::PosixFileIO;
 using dss7::Status;
 
-// A non-DSS file up to this size is taken for a failed earlier create and replaced.
-constexpr int64_t kReplaceableBytes = 1000;
-
 // JULDAT style of "07MAR01": upper case, 2-digit year, DSS layout.
 constexpr int32_t kShortDateStyle = 114;
 
@@ -71,61 +68,52 @@ int32_t OpenFailure(int32_t status, const std::string& what, std::string_view na
   return status;
 }
 
-// A new DSS-7 file on an empty descriptor.
-Status CreateOn(std::unique_ptr<PosixFileIO> io, const Options& options,
-                const dss7::FileOptions& file_options, std::unique_ptr<DssFile>* out) {
+dss7::CreateOptions CreateOptionsOf(const Options& options) {
   dss7::CreateOptions create;
   create.expected_paths = ExpectedPaths(options);
-  return DssFile::CreateIO(std::move(io), create, file_options, out);
+  return create;
 }
 
-// Opens or creates per ZOPEN's rules; returns ISTAT.
+// Opens or creates per ZOPEN's rules; returns ISTAT. A missing or empty file is created under
+// the file's lock, so processes opening it at once never both create it; a file that is not
+// empty and not a DSS file is never replaced.
 int32_t OpenOrCreate(const std::string& path, const Options& options,
                      const dss7::FileOptions& file_options, std::unique_ptr<DssFile>* file,
                      bool* created) {
   *created = false;
   struct stat info {};
-  if (stat(path.c_str(), &info) != 0) {
-    if (errno != ENOENT) return OpenFailure(-1, "Unable to access file", path);
-    if (options.read_only) return OpenFailure(-2, "File does not exist (read access only)", path);
-    std::unique_ptr<PosixFileIO> io;
-    if (PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io) != Status::kOk) {
-      return OpenFailure(-1, "Unable to create file", path);
-    }
-    if (CreateOn(std::move(io), options, file_options, file) != Status::kOk) {
-      return OpenFailure(-1, "Unable to create file", path);
-    }
-    if (file_options.exclusive) {
-      // Creating takes no locks: open the new file again to hold it exclusively.
-      file->reset();
-      const int32_t status = OpenOrCreate(path, options, file_options, file, created);
-      *created = true;
-      return status;
-    }
-    *created = true;
-    return 0;
+  const bool missing = stat(path.c_str(), &info) != 0;
+  if (missing && errno != ENOENT) return OpenFailure(-1, "Unable to access file", path);
+  if (missing && options.read_only) {
+    return OpenFailure(-2, "File does not exist (read access only)", path);
   }
   // Opening a FIFO or device could block or mean nothing.
-  if (!S_ISREG(info.st_mode)) return OpenFailure(-1, "Not a regular file", path);
+  if (!missing && !S_ISREG(info.st_mode)) return OpenFailure(-1, "Not a regular file", path);
   std::unique_ptr<PosixFileIO> io;
-  const auto mode =
-      options.read_only ? PosixFileIO::Mode::kReadOnly : PosixFileIO::Mode::kReadWriteOrReadOnly;
+  const auto mode = options.read_only ? PosixFileIO::Mode::kReadOnly
+                    : missing         ? PosixFileIO::Mode::kCreate
+                                      : PosixFileIO::Mode::kReadWriteOrReadOnly;
   if (PosixFileIO::Open(path, mode, &io) != Status::kOk) {
-    return OpenFailure(-1, "Unable to open file", path);
+    return OpenFailure(-1, missing ? "Unable to create file" : "Unable to open file", path);
   }
   int64_t size = 0;
   if (io->SizeBytes(&size) != Status::kOk) return OpenFailure(-1, "Unable to read file", path);
   dss7::VersionInfo version;
   Status s = size == 0 ? Status::kNotDssFile : DssFile::ProbeVersion(*io, &version);
   if (s == Status::kNotDssFile) {
-    if (size > kReplaceableBytes) return OpenFailure(-6, "Not a DSS file", path);
-    if (io->ReadOnly()) return OpenFailure(-2, "Cannot create file (read access only)", path);
-    if (size > 0 && truncate(path.c_str(), 0) != 0) {
-      return OpenFailure(-1, "Unable to replace file", path);
+    if (io->ReadOnly() && size == 0) {
+      return OpenFailure(-2, "Cannot create file (read access only)", path);
     }
-    *created = true;
-    if (CreateOn(std::move(io), options, file_options, file) != Status::kOk) {
-      return OpenFailure(-1, "Unable to create file", path);
+    s = DssFile::OpenOrCreateIO(std::move(io), CreateOptionsOf(options), file_options, file,
+                                created);
+    if (s == Status::kNotDssFile) return OpenFailure(-6, "Not a DSS file", path);
+    if (s != Status::kOk) return OpenFailure(-1, "Unable to create file", path);
+    if (*created && file_options.exclusive) {
+      // Creating takes no exclusive lock: open the new file again to hold it exclusively.
+      file->reset();
+      const int32_t status = OpenOrCreate(path, options, file_options, file, created);
+      *created = true;
+      return status;
     }
     return 0;
   }
@@ -240,8 +228,7 @@ bool Answer(int32_t* ifltab, std::string_view keyword, std::string_view text_in,
     Number(a, std::max<int64_t>(h[dss7::hdr::kFileSize], 0));
   } else if (keyword == "DEAD") {
     fresh();
-    const int64_t words = std::max<int64_t>(h[dss7::hdr::kFileSize], 1);
-    Number(a, std::clamp<int64_t>(h[dss7::hdr::kDeadSpace], 0, words) * 100 / words);
+    Number(a, dss7::DeadSpacePercent(h));
   } else if (keyword == "TABL") {
     // A DSS-7 hash table keeps the size it was made with.
     Number(a, 2);
@@ -342,7 +329,7 @@ void CloseTableFile(int32_t* ifltab) {
                   "Kbytes;  Percent Inactive: %lld",
                   table->handle, static_cast<long long>(h[dss7::hdr::kRecordCount]),
                   static_cast<long long>((words * 8 + 1023) / 1024),
-                  static_cast<long long>(h[dss7::hdr::kDeadSpace] * 100 / words));
+                  static_cast<long long>(dss7::DeadSpacePercent(h)));
     Message(2, line + std::string(";  File: ") + table->name);
   }
   DetachTable(ifltab);

@@ -52,7 +52,7 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
   ASSERT_EQ(mkfifo(folder_.File("pipe.dss").c_str(), 0600), 0);
   const std::pair<std::string, int32_t> cases[] = {{folder_.File("new"), 0},
                                                    {folder_.File("empty.dss"), 0},
-                                                   {folder_.File("small.dss"), 0},
+                                                   {folder_.File("small.dss"), -6},
                                                    {folder_.File("big.dss"), -6},
                                                    {folder_.File("dir.dss"), -1},
                                                    {folder_.File("pipe.dss"), -1},
@@ -67,7 +67,9 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
     EXPECT_EQ(table.words[5], 77);
   }
   EXPECT_EQ(Version(folder_.File("new")), std::make_pair(7, std::string("7-JA")));
-  EXPECT_EQ(Version(folder_.File("small.dss")).first, 7);  // replaced by a DSS file
+  // A file that is not DSS is never replaced, however small.
+  EXPECT_EQ(std::filesystem::file_size(folder_.File("small.dss")), 1000u);
+  EXPECT_EQ(Version(folder_.File("empty.dss")).first, 7);
   EXPECT_EQ(Version(folder_.File("quoted.dss")).first, 7);
   EXPECT_EQ(std::filesystem::file_size(folder_.File("big.dss")), 1001u);
 }

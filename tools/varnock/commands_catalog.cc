@@ -97,7 +97,7 @@ int RunInfo(const std::vector<std::string>& raw) {
   std::printf("size          %lld bytes (%lld words)\n",
               static_cast<long long>(words * dss7::kWordBytes), static_cast<long long>(words));
   std::printf("dead space    %lld words (%lld%%)\n", static_cast<long long>(dead),
-              static_cast<long long>(words > 0 ? dead * 100 / words : 0));
+              static_cast<long long>(dss7::DeadSpacePercent(header)));
   std::printf("created       %s\n", WallClockTime(header[dss7::hdr::kCreateTime]).c_str());
   std::printf("last written  %s\n", WallClockTime(header[dss7::hdr::kLastWriteTime]).c_str());
   return kExitOk;

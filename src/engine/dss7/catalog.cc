@@ -130,9 +130,10 @@ Status DssFile::SortedCatalog(std::vector<CatalogEntry>* out, bool use_saved_lis
     // Column widths: the longest part of each kind + 1; E widens to hold an interval once a
     // time series is present. (HEC's saved lists sort dates in full even with short F parts,
     // so the D and F widths are not swapped.)
+    // The words come from the file: no part can be longer than a path, whatever they say.
     std::array<int64_t, 6> width{};
     for (int p = 0; p < 6; ++p)
-      width[p] = h[hdr::kMaxPartA + p] + 1;
+      width[p] = std::clamp<int64_t>(h[hdr::kMaxPartA + p], 0, kLookupPathBytes) + 1;
     const bool any_series = std::any_of(
         out->begin(), out->end(), [](const CatalogEntry& c) { return IsTimeSeriesType(c.type); });
     if (any_series) width[4] = std::max<int64_t>(width[4], 11);
@@ -169,12 +170,8 @@ Status DssFile::SortedCatalog(std::vector<CatalogEntry>* out, bool use_saved_lis
 
 Status DssFile::Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter) {
   if (!open_) return Status::kNotOpen;
-  return NoThrow([&]() -> Status {
+  return ReadRetrying([&]() -> Status {
     out->clear();
-    if (stale_) {
-      const Status s = LoadHeader();
-      if (s != Status::kOk) return s;
-    }
     const int64_t bin_size = header_[hdr::kBinSize];
     const int64_t per_block = header_[hdr::kBinsPerBlock];
     const int64_t block_words = per_block * bin_size + 1;

@@ -127,32 +127,26 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     const int64_t now = Now();
 
     Probe target;
+    target.full_walk = true;
     st = FindEntry(new_path, Want::kLive, &target);
     if (st != Status::kOk && st != Status::kNotFound) return st;
     if (target.found) {
       if (target.info.address == old.address) return Status::kInvalidArgument;
-      // A record already under the new name is deleted first (10.3).
-      if ((st = w.WriteWord(target.info.address + info::kStatus, entry_status::kDeleted)) !=
-              Status::kOk ||
-          (st = w.WriteWord(target.entry_bin + target.entry_offset + bin::kStatus,
-                            entry_status::kDeleted)) != Status::kOk) {
-        return st;
-      }
+      // A record already under the new name is deleted (10.3), once the new entry is linked.
       AddTo(h, hdr::kRecordCount, -1);
       AddTo(h, hdr::kDeleteCount, 1);
       AddTo(h, hdr::kSortDeletes, 1);
       w.CountAreas(target.info, -1);
-      st = FindEntry(new_path, Want::kLive, &target);
-      if (st != Status::kNotFound) return st == Status::kOk ? Status::kDamaged : st;
     }
 
+    // The renamed record gets a new info block (marked moved until its entry is linked), so
+    // the old name stays whole until the new one is in place.
     InfoBlock b = old;
-    b.status = entry_status::kLive;
+    b.status = entry_status::kMoved;
     b.path = new_path;
     b.path_length = static_cast<int64_t>(new_path.size());
     b.bin_hash = target.bin_hash;
-    const bool in_place = WordsForBytes(b.path_length) <= WordsForBytes(old.path_length);
-    if (!in_place) b.address = w.Allocate(b.Words());
+    b.address = w.Allocate(b.Words());
 
     BinEntry e;
     e.hash = target.bin_hash;
@@ -165,14 +159,8 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     Placement place;
     if ((st = w.PlanEntry(target, e, new_path, &place)) != Status::kOk) return st;
     w.FinishEntry(&place, b.address);
-
-    std::vector<int64_t> info_words(static_cast<size_t>(b.Words()));
-    EncodeInfoBlock(b, info_words);
-    if (!in_place) {
-      auto dest = w.TailAt(b.address, b.Words());
-      std::copy(info_words.begin(), info_words.end(), dest.begin());
-      AddTo(h, hdr::kDeadSpace, old.Words());
-    }
+    EncodeInfoBlock(b, w.TailAt(b.address, b.Words()));
+    AddTo(h, hdr::kDeadSpace, old.Words());
     AddTo(h, hdr::kRenameCount, 1);
     AddTo(h, hdr::kSortDeletes, 1);
     AddTo(h, hdr::kSortNewWrites, 1);
@@ -183,14 +171,18 @@ Status DssFile::DoRename(std::string_view old_path, std::string_view requested) 
     if ((st = w.WriteData()) != Status::kOk) return st;
     if ((st = WriteHeader()) != Status::kOk) return st;
     if ((st = w.WriteLink(place)) != Status::kOk) return st;
-    // An in-place info block changes identity only now, after the new entry points at it.
-    if (in_place && (st = io_->WriteWords(b.address, info_words)) != Status::kOk) return st;
-    const int64_t old_entry = old_probe.entry_bin + old_probe.entry_offset;
-    if ((st = w.WriteWord(old_entry + bin::kStatus, entry_status::kRenamed)) != Status::kOk) {
+    if (target.found && ((st = w.WriteWord(target.entry_bin + target.entry_offset + bin::kStatus,
+                                           entry_status::kDeleted)) != Status::kOk ||
+                         (st = w.WriteWord(target.info.address + info::kStatus,
+                                           entry_status::kDeleted)) != Status::kOk)) {
       return st;
     }
-    if (!in_place) return w.WriteWord(old.address + info::kStatus, entry_status::kRenamed);
-    return Status::kOk;
+    const int64_t old_entry = old_probe.entry_bin + old_probe.entry_offset;
+    if ((st = w.WriteWord(old_entry + bin::kStatus, entry_status::kRenamed)) != Status::kOk ||
+        (st = w.WriteWord(old.address + info::kStatus, entry_status::kRenamed)) != Status::kOk) {
+      return st;
+    }
+    return w.WriteWord(b.address + info::kStatus, entry_status::kLive);
   }));
 }
 

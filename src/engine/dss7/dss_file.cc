@@ -30,6 +30,11 @@ int LetterValue(char c) {
 
 }  // namespace
 
+int64_t DeadSpacePercent(const HeaderWords& h) {
+  const int64_t words = std::clamp<int64_t>(h[hdr::kFileSize], 1, kMaxFileWords);
+  return std::clamp<int64_t>(h[hdr::kDeadSpace], 0, words) * 100 / words;
+}
+
 DssFile::DssFile(std::unique_ptr<FileIO> io, const FileOptions& options)
     : io_(std::move(io)), options_(options) {}
 
@@ -148,6 +153,7 @@ Status DssFile::OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
     file->read_only_ = options.read_only || file->io_->ReadOnly();
     file->open_ = true;
     (void)file->TakeReadSlot();
+    file->RepairIfInterrupted();
     if (options.exclusive) {
       const int64_t arr = file->header_[hdr::kReadLockArrayAddress];
       const int64_t n = std::clamp<int64_t>(file->header_[hdr::kLockArraySize], 0, kMaxLockArray);
@@ -179,9 +185,13 @@ Status DssFile::Open(const std::string& path, const FileOptions& options,
 Status DssFile::Create(const std::string& path, const CreateOptions& create,
                        const FileOptions& options, std::unique_ptr<DssFile>* out) {
   std::unique_ptr<PosixFileIO> io;
-  const Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
+  Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
   if (s != Status::kOk) return s;
-  return CreateIO(std::move(io), create, options, out);
+  if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
+  if ((s = LockForCreate(*io, options)) != Status::kOk) return s;
+  s = CreateIO(std::move(io), create, options, out);
+  if (s == Status::kOk) (void)(*out)->io_->UnlockWords(create::kLockWordsAddress, 1);
+  return s;
 }
 
 Status DssFile::OpenOrCreate(const std::string& path, const CreateOptions& create,
@@ -190,18 +200,47 @@ Status DssFile::OpenOrCreate(const std::string& path, const CreateOptions& creat
   *created = false;
   std::unique_ptr<PosixFileIO> io;
   Status s = PosixFileIO::Open(path, PosixFileIO::Mode::kReadWriteOrReadOnly, &io);
-  if (s == Status::kOpenFailed) {
+  if (s == Status::kOpenFailed && !options.read_only) {
     s = PosixFileIO::Open(path, PosixFileIO::Mode::kCreate, &io);
   }
   if (s != Status::kOk) return s;
-  int64_t size = 0;
-  s = io->SizeBytes(&size);
-  if (s != Status::kOk) return s;
-  if (size == 0) {
-    if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
-    *created = true;
-    return CreateIO(std::move(io), create, options, out);
+  return OpenOrCreateIO(std::move(io), create, options, out, created);
+}
+
+Status DssFile::LockForCreate(FileIO& io, const FileOptions& options) {
+  for (int attempt = 0;; ++attempt) {
+    const Status s = io.LockWords(create::kLockWordsAddress, 1);
+    if (s != Status::kLockBusy || attempt + 1 >= options.lock_attempts) return s;
+    std::this_thread::sleep_for(std::chrono::milliseconds(options.lock_wait_ms));
   }
+}
+
+Status DssFile::OpenOrCreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                               const FileOptions& options, std::unique_ptr<DssFile>* out,
+                               bool* created) {
+  *created = false;
+  out->reset();
+  if (!io) return Status::kInvalidArgument;
+  VersionInfo version;
+  Status s = ProbeVersion(*io, &version);
+  // A creator writes the header last: "ZDSS" means the file is complete.
+  if (s != Status::kNotDssFile) return s == Status::kOk ? OpenIO(std::move(io), options, out) : s;
+  int64_t size = 0;
+  if ((s = io->SizeBytes(&size)) != Status::kOk) return s;
+  if (io->ReadOnly() || options.read_only) {
+    return size == 0 ? Status::kReadOnly : Status::kNotDssFile;
+  }
+  // Empty, or being created by another process right now: decide under the lock.
+  if ((s = LockForCreate(*io, options)) != Status::kOk) return s;
+  if ((s = io->SizeBytes(&size)) == Status::kOk && size == 0) {
+    s = CreateIO(std::move(io), create, options, out);
+    if (s != Status::kOk) return s;
+    *created = true;
+    return (*out)->io_->UnlockWords(create::kLockWordsAddress, 1);
+  }
+  if (s == Status::kOk) s = ProbeVersion(*io, &version);
+  (void)io->UnlockWords(create::kLockWordsAddress, 1);
+  if (s != Status::kOk) return s;  // kNotDssFile: a file of someone else's, left as it is
   return OpenIO(std::move(io), options, out);
 }
 
@@ -248,7 +287,7 @@ Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create
       next += words;
       return at;
     };
-    h[hdr::kLockWordsAddress] = take(create::kLockWords);
+    h[hdr::kLockWordsAddress] = take(create::kLockWords);  // create::kLockWordsAddress
     h[hdr::kLockArraySize] = create::kLockArraySize;
     h[hdr::kWriteLockArrayAddress] = take(create::kLockArraySize);
     h[hdr::kReadLockArrayAddress] = take(create::kLockArraySize);
@@ -332,29 +371,68 @@ Status DssFile::BeginWrite() {
     }
   }
   in_write_ = true;
+  marked_ = false;
   // Another process may have written since we last looked.
   Status s = LoadHeader();
   // Space is appended at fileSize: never past a file cut short.
   if (s == Status::kOk && header_[hdr::kFileSize] > physical_words_) s = Status::kDamaged;
+  if (s == Status::kOk && header_[hdr::kWriteInProgress] != 0)
+    s = NoThrow([&] { return Repair(); });
   if (s != Status::kOk) return EndWrite(s);
   return Status::kOk;
 }
 
 Status DssFile::EndWrite(Status status) {
   if (!in_write_) return status;
+  if (marked_ && status == Status::kOk) {
+    // The operation is complete: clear the mark with the final header.
+    header_[hdr::kWriteInProgress] = 0;
+    status = WriteHeader();
+  }
   if (status == Status::kOk && options_.sync_each_write) {
     status = io_->Sync();
   } else if (status == Status::kOk) {
     unsynced_ = true;
   }
+  // A failed operation leaves the mark set: the next write repairs the file.
   if (status != Status::kOk) stale_ = true;
+  marked_ = false;
   if (!exclusive_held_) (void)io_->UnlockWords(header_[hdr::kLockWordsAddress], 1);
   in_write_ = false;
   return status;
 }
 
 Status DssFile::WriteHeader() {
-  return io_->WriteWords(0, header_);
+  return Put(0, header_);
+}
+
+Status DssFile::Put(int64_t address, std::span<const int64_t> words) {
+  if (!marked_) {
+    header_[hdr::kWriteInProgress] = 1;
+    const Status s = io_->WriteWords(hdr::kWriteInProgress,
+                                     std::span(header_).subspan(hdr::kWriteInProgress, 1));
+    if (s != Status::kOk) return s;
+    marked_ = true;
+  }
+  return io_->WriteWords(address, words);
+}
+
+Status DssFile::Barrier() {
+  return options_.sync_each_write ? io_->Sync() : Status::kOk;
+}
+
+Status DssFile::PutWord(int64_t address, int64_t value) {
+  const std::array<int64_t, 1> w{value};
+  return Put(address, w);
+}
+
+void DssFile::RepairIfInterrupted() {
+  if (read_only_ || header_[hdr::kWriteInProgress] == 0) return;
+  // A writer holding the lock is still at work; it clears the mark itself.
+  bool held = false;
+  const int64_t lock_word = header_[hdr::kLockWordsAddress];
+  if (io_->TestWords(lock_word, 1, &held) != Status::kOk || held) return;
+  if (BeginWrite() == Status::kOk) (void)EndWrite(Status::kOk);
 }
 
 Status DssFile::EnsureHashTable() {
@@ -423,7 +501,9 @@ Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
 }
 
 Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
+  const bool full_walk = probe->full_walk;
   *probe = {};
+  probe->full_walk = full_walk;
   if (path.size() > static_cast<size_t>(kLookupPathBytes)) path = path.substr(0, kLookupPathBytes);
   Status s = EnsureHashTable();
   if (s != Status::kOk) return s;
@@ -451,10 +531,15 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
         ++probe->entries_passed;
         continue;
       }
+      if ((e.status == entry_status::kMoved || e.status == entry_status::kDeleted) &&
+          probe->dead_slot_bin == 0) {
+        probe->dead_slot_bin = address;
+        probe->dead_slot_offset = j;
+      }
       const bool wanted = (want == Want::kLive && entry_status::IsLive(e.status)) ||
                           (want == Want::kDeleted && e.status == entry_status::kDeleted) ||
                           (want == Want::kRenamed && e.status == entry_status::kRenamed);
-      if (wanted) {
+      if (wanted && !probe->found) {
         InfoBlock info;
         Status r = Status::kOk;
         if (want != Want::kRenamed) {
@@ -467,25 +552,24 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
           probe->entry_offset = j;
           probe->entry = e;
           probe->info = std::move(info);
-          return Status::kOk;
+          if (!probe->full_walk) return Status::kOk;
+          continue;
         }
+        // A read that failed proves nothing: the caller must not take the path as absent.
+        if (r != Status::kDamaged && r != Status::kPathMismatch) return r;
         // Space reused or damaged: HEC treats it as absent and so do we; a later entry of the
         // chain may still be the live one.
       }
-      ++probe->entries_passed;
+      if (!probe->found) ++probe->entries_passed;
     }
     address = bin[static_cast<size_t>(bin_size - 1)];
   }
-  return Status::kNotFound;
+  return probe->found ? Status::kOk : Status::kNotFound;
 }
 
 Status DssFile::Lookup(std::string_view path, InfoBlock* info) {
   if (!open_) return Status::kNotOpen;
-  return NoThrow([&]() -> Status {
-    if (stale_) {
-      const Status s = LoadHeader();
-      if (s != Status::kOk) return s;
-    }
+  return ReadRetrying([&]() -> Status {
     Probe probe;
     const Status s = FindEntry(path, Want::kLive, &probe);
     if (s == Status::kOk) *info = std::move(probe.info);
@@ -513,11 +597,7 @@ Status DssFile::ReadAreas(const InfoBlock& info, Record* out) {
 
 Status DssFile::ReadRecord(std::string_view path, Record* out) {
   if (!open_) return Status::kNotOpen;
-  return NoThrow([&]() -> Status {
-    if (stale_) {
-      const Status s = LoadHeader();
-      if (s != Status::kOk) return s;
-    }
+  return ReadRetrying([&]() -> Status {
     Probe probe;
     const Status s = FindEntry(path, Want::kLive, &probe);
     if (s != Status::kOk) return s;

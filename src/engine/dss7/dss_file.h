@@ -1,19 +1,24 @@
 // A DSS version 7 file: open, create, look up, read, write, rewrite, delete, undelete, rename,
 // copy and catalog records. Never throws; every operation returns a Status.
 //
-// Write ordering (every write operation): a failure at any I/O step must leave every record
-// that was in the file before readable. So each operation runs in this order:
-//   1. data: areas taken from the end of the file (new bin block, record area, end marker) in
-//      one write past the old end; contents of fresh bins the header has not yet handed out;
-//      for an in-place rewrite, the arrays and then the info block;
-//   2. header: claims the space and updates the counters;
-//   3. link: the hash-table entry, overflow link, bin entry or bin pointer that makes the
-//      new data reachable;
-//   4. retire: superseded info blocks and bin entries are marked moved/renamed/deleted, so a
-//      squeeze never revives them;
-//   5. sync.
-// An interrupted operation can leave unreachable space or a counter off by one, never a
-// reachable pointer to space that a later append would overwrite.
+// Write ordering (every write operation): whatever I/O step fails or is cut short, every
+// record must hold either its state before the operation or after it. So nothing live is
+// ever overwritten, and each operation runs in this order:
+//   1. mark: header word 29 := 1 (write in progress), the first write of the operation;
+//   2. data: areas taken from the end of the file (new bin block, record area, end marker) in
+//      one write past the old end; a fresh bin the header has not yet handed out; new info
+//      blocks are written with status "moved", so a squeeze never takes them for records;
+//   3. header: claims the space and updates the counters;
+//   4. link: one small write makes the new data reachable (a hash-table or bin link word, a
+//      new bin entry whose hash or status word is written last, a status word);
+//   5. retire and activate: superseded bin entries and info blocks are marked moved, renamed
+//      or deleted, then the new info block is marked live;
+//   6. header again with word 29 := 0.
+// A rewrite is a new record version with its own bin entry; the superseded entry (status
+// "moved", a status HEC's tools never list) is the slot the next rewrite of the path reuses.
+// The first write to a file whose word 29 is still set (an operation was interrupted) repairs
+// what the interruption can leave: counters, half-made links, dangling entries, info blocks
+// whose status disagrees with their entries.
 #ifndef VARNOCK_ENGINE_DSS7_DSS_FILE_H_
 #define VARNOCK_ENGINE_DSS7_DSS_FILE_H_
 
@@ -43,9 +48,9 @@ struct FileOptions {
   bool exclusive = false;           // refuse when others have it open; keep it to ourselves
   int lock_attempts = 100;          // tries for the write lock ...
   int lock_wait_ms = 50;            // ... this far apart
-  // fsync after every write operation, for callers that must survive a power cut mid-session.
-  // Off by default: the write order already keeps every earlier record readable when a write
-  // fails, and Close flushes what was written.
+  // fsync around the link step and after every write operation, for callers that must
+  // survive a power cut. Off by default: the write order already keeps every record whole when
+  // a write fails or the process dies, and Close flushes what was written.
   bool sync_each_write = false;
 };
 
@@ -80,8 +85,7 @@ struct RecordData {
   // A rewrite may change the record's type (paired data 200 <-> 205, text 300 <-> 310,
   // which HEC replaces); otherwise only 100 <-> 105 and 110 <-> 115 may change.
   bool any_type = false;
-  // A rewrite goes to new space even when the old space would hold it: the old record stays
-  // whole until the new one is linked, whatever step fails.
+  // Kept for callers written before every rewrite went to new space; no longer needed.
   bool move_on_rewrite = false;
 };
 
@@ -109,6 +113,10 @@ inline constexpr int32_t kLocationType = 20;
 // "/A/B/Location Info////" for a pathname "/A/B/C/D/E/F/"; empty for anything else.
 std::string LocationRecordPath(std::string_view path);
 
+// Dead space as a whole percentage of the file (0..100), whatever the header words hold: HEC's
+// estimate mixes units and may exceed the file, and a damaged word may be anything.
+int64_t DeadSpacePercent(const HeaderWords& header);
+
 class DssFile {
  public:
   static Status Open(const std::string& path, const FileOptions& options,
@@ -116,17 +124,26 @@ class DssFile {
   // A new file; kExists when a non-empty file is already there.
   static Status Create(const std::string& path, const CreateOptions& create,
                        const FileOptions& options, std::unique_ptr<DssFile>* out);
-  // ZOPEN's rule: a missing or empty file is created, anything else opened.
+  // A missing or empty file is created, a DSS file opened; any other file is left alone
+  // (kNotDssFile). Safe when several processes do it at once: see OpenOrCreateIO.
   static Status OpenOrCreate(const std::string& path, const CreateOptions& create,
                              const FileOptions& options, std::unique_ptr<DssFile>* out,
                              bool* created);
   static Status OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
                        std::unique_ptr<DssFile>* out);
+  // The emptiness test and the creation run under the primary write lock (the lock word of
+  // every file we create), so of several processes opening a missing file at once exactly
+  // one creates it and the others open what it made.
+  static Status OpenOrCreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
+                               const FileOptions& options, std::unique_ptr<DssFile>* out,
+                               bool* created);
   // `io` must be empty.
   static Status CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create,
                          const FileOptions& options, std::unique_ptr<DssFile>* out);
   // Reads only the first bytes: kOk with the version, kNotDssFile, or a read error.
   static Status ProbeVersion(FileIO& io, VersionInfo* out);
+  // Takes the lock word of a file being created, waiting as for a write.
+  static Status LockForCreate(FileIO& io, const FileOptions& options);
   static void ChooseSizes(int64_t expected_paths, int64_t* hash_table_size, int64_t* bin_size);
 
   ~DssFile();
@@ -190,6 +207,15 @@ class DssFile {
   Status BeginWrite();
   Status EndWrite(Status status);
   Status WriteHeader();
+  // Runs a read, and runs it again while a failure may come from a concurrent writer.
+  template <typename F>
+  Status ReadRetrying(F&& read);
+  // Every write of a write operation goes through Put: the first one marks the header.
+  Status Put(int64_t address, std::span<const int64_t> words);
+  Status PutWord(int64_t address, int64_t value);
+  Status Repair();  // under the write lock, after an interrupted operation
+  void RepairIfInterrupted();
+  Status Barrier();  // fsync when FileOptions::sync_each_write asks for it
 
   std::unique_ptr<FileIO> io_;
   FileOptions options_;
@@ -198,6 +224,7 @@ class DssFile {
   bool read_only_ = false;
   bool open_ = false;
   bool in_write_ = false;
+  bool marked_ = false;    // this operation has set the write-in-progress word
   bool unsynced_ = false;  // written since the last fsync
   bool stale_ = false;     // a write failed: reload everything before the next operation
   std::vector<int64_t> hash_table_;

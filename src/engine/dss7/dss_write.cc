@@ -121,6 +121,11 @@ int64_t Writer::Allocate(int64_t words) {
 }
 
 std::span<int64_t> Writer::TailAt(int64_t address, int64_t words) {
+  if (reuse_at_ != 0 && address >= reuse_at_ &&
+      address < reuse_at_ + static_cast<int64_t>(reuse_words_.size())) {
+    return std::span<int64_t>(reuse_words_)
+        .subspan(static_cast<size_t>(address - reuse_at_), static_cast<size_t>(words));
+  }
   return std::span<int64_t>(tail_).subspan(static_cast<size_t>(address - tail_start_),
                                            static_cast<size_t>(words));
 }
@@ -157,6 +162,12 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
   out->entry.assign(static_cast<size_t>(bin::kFixedWords + WordsForBytes(path.size())), 0);
   EncodeBinEntry(entry, path, out->entry);
   const auto entry_words = static_cast<int64_t>(out->entry.size());
+  if (probe.dead_slot_bin != 0) {
+    out->kind = Placement::Kind::kReuse;
+    out->bin = probe.dead_slot_bin;
+    out->offset = probe.dead_slot_offset;
+    return Status::kOk;
+  }
   if (probe.chain_head == 0) {
     Status s = TakeBin(&out->bin);
     if (s != Status::kOk) return s;
@@ -167,14 +178,11 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
     std::vector<int64_t> last(static_cast<size_t>(bin_size));
     Status s = f_.ReadBin(probe.last_bin, last);
     if (s != Status::kOk) return s;
-    // First slot that is the end of the entries, or an old entry of this same path.
     int64_t j = 0;
     BinEntry e;
     EntryScan scan;
-    while ((scan = DecodeBinEntry(last, j, &e)) == EntryScan::kEntry) {
-      if (e.hash == entry.hash && BinEntryPathIs(last, j, e, path)) break;
+    while ((scan = DecodeBinEntry(last, j, &e)) == EntryScan::kEntry)
       j += e.Words();
-    }
     if (scan == EntryScan::kMalformed) return Status::kDamaged;
     if (EntryFits(j, entry_words, bin_size)) {
       out->kind = Placement::Kind::kInBin;
@@ -194,7 +202,7 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
 
 void Writer::FinishEntry(Placement* p, int64_t info_address) {
   p->entry[bin::kInfoAddress] = info_address;
-  if (p->kind == Placement::Kind::kInBin) return;
+  if (p->kind == Placement::Kind::kInBin || p->kind == Placement::Kind::kReuse) return;
   // A fresh bin holds only this entry; it is written whole with the data.
   auto dest = p->bin == fresh_bin_ ? std::span<int64_t>(fresh_bin_words_)
                                    : TailAt(p->bin, f_.header_[hdr::kBinSize]);
@@ -205,21 +213,38 @@ Status Writer::WriteData() {
   Status s = Status::kOk;
   if (!tail_.empty()) {
     tail_.back() = kEndFileMarker;
-    s = f_.io_->WriteWords(tail_start_, tail_);
+    s = f_.Put(tail_start_, tail_);
   }
-  if (s == Status::kOk && fresh_bin_ != 0) s = f_.io_->WriteWords(fresh_bin_, fresh_bin_words_);
-  if (s == Status::kOk && block_link_at_ != 0) s = WriteWord(block_link_at_, block_link_value_);
+  if (s == Status::kOk && fresh_bin_ != 0) s = f_.Put(fresh_bin_, fresh_bin_words_);
+  // A reused piece: the record first (the piece is still listed, so nothing points at it),
+  // then the shorter length of its reclaim pair (one word, which only ever shrinks).
+  if (s == Status::kOk && reuse_at_ != 0) s = f_.Put(reuse_at_, reuse_words_);
+  if (s == Status::kOk && reuse_pair_at_ != 0) s = WriteWord(reuse_pair_at_, reuse_pair_length_);
   if (s == Status::kOk)
     f_.physical_words_ = std::max(f_.physical_words_, f_.header_[hdr::kFileSize] + 1);
   return s;
 }
 
 Status Writer::WriteWord(int64_t address, int64_t value) {
-  const std::array<int64_t, 1> w{value};
-  return f_.io_->WriteWords(address, w);
+  return f_.PutWord(address, value);
 }
 
 Status Writer::WriteLink(const Placement& p) {
+  // With sync_each_write, a power cut must not reorder the steps on disk either: the data and
+  // header are durable before the link, and the link before anything is retired.
+  Status s = f_.Barrier();
+  if (s == Status::kOk) s = Link(p);
+  return s == Status::kOk ? f_.Barrier() : s;
+}
+
+Status Writer::Link(const Placement& p) {
+  // A new bin block joins the chain only after the header has claimed it.
+  if (block_link_at_ != 0) {
+    const Status s = WriteWord(block_link_at_, block_link_value_);
+    if (s != Status::kOk) return s;
+  }
+  const std::span<const int64_t> entry(p.entry);
+  const int64_t at = p.bin + p.offset;
   switch (p.kind) {
     case Placement::Kind::kHashTable: {
       const Status s = WriteWord(p.link_address, p.bin);
@@ -231,8 +256,16 @@ Status Writer::WriteLink(const Placement& p) {
     }
     case Placement::Kind::kOverflow:
       return WriteWord(p.link_address, p.bin);
-    case Placement::Kind::kInBin:
-      return f_.io_->WriteWords(p.bin + p.offset, p.entry);
+    case Placement::Kind::kInBin: {
+      // Past the last entry: invisible until its hash word, written last, lands.
+      const Status s = f_.Put(at + bin::kStatus, entry.subspan(bin::kStatus));
+      return s == Status::kOk ? WriteWord(at + bin::kHash, entry[bin::kHash]) : s;
+    }
+    case Placement::Kind::kReuse: {
+      // A dead entry of the same path: it stays dead until its status word changes.
+      const Status s = f_.Put(at + bin::kLengths, entry.subspan(bin::kLengths));
+      return s == Status::kOk ? WriteWord(at + bin::kStatus, entry[bin::kStatus]) : s;
+    }
   }
   return Status::kDamaged;
 }
@@ -291,6 +324,7 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
   if (s != Status::kOk) return s;
   return EndWrite(NoThrow([&]() -> Status {
     Probe probe;
+    probe.full_walk = true;
     Status st = FindEntry(path, Want::kLive, &probe);
     if (st != Status::kOk && st != Status::kNotFound) return st;
     if (probe.found && mode == Mode::kNew) return Status::kExists;
@@ -304,7 +338,7 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
       // New record: 10.1.
       const auto path_words = WordsForBytes(static_cast<int64_t>(path.size()));
       InfoBlock b;
-      b.status = entry_status::kLive;
+      b.status = entry_status::kMoved;  // marked live once its entry is linked
       b.path_length = static_cast<int64_t>(path.size());
       b.bin_hash = probe.bin_hash;
       b.version = 1;
@@ -331,9 +365,11 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
       if (st != Status::kOk) return st;
       const int64_t total =
           info::kFixedWords + path_words + HeaderAreaWords(data) + WordsForInt32s(allocated);
-      b.address = w.Allocate(total);
+      int64_t granted = 0;
+      if ((st = w.AllocateRecord(total, &b.address, &granted)) != Status::kOk) return st;
       w.FinishEntry(&place, b.address);
-      LayOut(data, b.address + info::kFixedWords + path_words, allocated, &b);
+      LayOut(data, b.address + info::kFixedWords + path_words, allocated + 2 * (granted - total),
+             &b);
       auto area = w.TailAt(b.address, total);
       EncodeInfoBlock(b, area);
       PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
@@ -349,77 +385,72 @@ Status DssFile::DoWrite(std::string_view path, const RecordData& data, Mode mode
       h[hdr::kLastWriteTime] = now;
       if ((st = w.WriteData()) != Status::kOk) return st;
       if ((st = WriteHeader()) != Status::kOk) return st;
-      return w.WriteLink(place);
+      if ((st = w.WriteLink(place)) != Status::kOk) return st;
+      return w.WriteWord(b.address + info::kStatus, entry_status::kLive);
     }
 
-    // Rewrite: 10.2.
+    // Rewrite: the new version is written like a new record (fresh space, its own bin entry,
+    // its info block marked moved), linked, and only then is the old version retired.
     const InfoBlock old = probe.info;
     if (!TypesCompatible(old.type, data.type) && meta == nullptr && !data.any_type) {
       return Status::kTypeMismatch;
     }
     st = CheckInfoBlock(old, physical_words_);
     if (st != Status::kOk) return st;
-    const int64_t entry_at = probe.entry_bin + probe.entry_offset;
+    const int64_t old_entry = probe.entry_bin + probe.entry_offset;
     const int64_t old_int32 = old.SpaceInt32();
     const int64_t new_int32 =
         static_cast<int64_t>(data.areas[kInternalHeader].size() + data.areas[kHeader2].size() +
                              data.areas[kUserHeader].size()) +
         allocated;
-    const int64_t header_words = HeaderAreaWords(data);
-    const int64_t old_words = old.BodyWords();
+    auto& h = header_;
     InfoBlock b = old;
     FillIdentity(data, options_.program, now, &b);
     b.version = Next(old.version);
+    b.status = entry_status::kMoved;
     if (meta != nullptr) {
       ApplyCopyMeta(*meta->source, &b);
       b.expansions = meta->expansions;
-      AddTo(header_, hdr::kExpansionCount, meta->expansions);
+      AddTo(h, hdr::kExpansionCount, meta->expansions);
+    } else if (new_int32 > old_int32) {
+      b.expansions = Next(old.expansions);
+      AddTo(h, hdr::kExpansionCount, 1);
     }
-    std::array<int64_t, 4> entry_words{};  // bin words 3..6
-    entry_words[0] = old.address;
-    entry_words[1] = PackPair(b.type, probe.entry.sequence);
-    entry_words[2] = now;
-    entry_words[3] = IsTimeSeriesType(b.type) ? PackPair(b.first.julian, b.last.julian) : 0;
-    auto& h = header_;
-    h[hdr::kLastWriteTime] = now;
-    if (!data.move_on_rewrite && new_int32 <= old_int32 &&
-        header_words + WordsForInt32s(allocated) <= old_words) {
-      // In place; the space given to the record never shrinks.
-      const int64_t kept_alloc = 2 * (old_words - header_words);
-      LayOut(data, old.area_address[kInternalHeader], kept_alloc, &b);
-      std::vector<int64_t> body(static_cast<size_t>(header_words + value_words), 0);
-      PackAreas(data, b, body);
-      std::vector<int64_t> info_words(static_cast<size_t>(b.Words()));
-      EncodeInfoBlock(b, info_words);
-      w.NoteAreaMaxima(b);
-      if ((st = io_->WriteWords(b.area_address[kInternalHeader], body)) != Status::kOk) return st;
-      if ((st = io_->WriteWords(b.address, info_words)) != Status::kOk) return st;
-      if ((st = WriteHeader()) != Status::kOk) return st;
-      return io_->WriteWords(entry_at + bin::kInfoAddress, entry_words);
-    }
-    // Moved to the end. HEC counts values 3 twice when sizing the new area; so do we, to
-    // keep files laid out as HEC lays them.
+    BinEntry e = probe.entry;
+    e.status = entry_status::kLive;
+    e.type = b.type;
+    e.last_write_ms = now;
+    e.first_julian = IsTimeSeriesType(b.type) ? b.first.julian : 0;
+    e.last_julian = IsTimeSeriesType(b.type) ? b.last.julian : 0;
+    Placement place;
+    st = w.PlanEntry(probe, e, b.path, &place);
+    if (st != Status::kOk) return st;
     const int64_t path_words = WordsForBytes(b.path_length);
-    const int64_t total = info::kFixedWords + path_words + header_words +
-                          WordsForInt32s(allocated) +
-                          WordsForInt32s(static_cast<int64_t>(data.areas[kValues3].size()));
-    b.address = w.Allocate(total);
-    b.status = entry_status::kLive;
-    if (meta == nullptr) b.expansions = Next(old.expansions);
-    LayOut(data, b.address + info::kFixedWords + path_words, allocated, &b);
+    const int64_t total =
+        info::kFixedWords + path_words + HeaderAreaWords(data) + WordsForInt32s(allocated);
+    int64_t granted = 0;
+    if ((st = w.AllocateRecord(total, &b.address, &granted)) != Status::kOk) return st;
+    w.FinishEntry(&place, b.address);
+    LayOut(data, b.address + info::kFixedWords + path_words, allocated + 2 * (granted - total), &b);
     auto area = w.TailAt(b.address, total);
     EncodeInfoBlock(b, area);
     PackAreas(data, b, area.subspan(static_cast<size_t>(info::kFixedWords + path_words)));
-    entry_words[0] = b.address;
     AddTo(h, hdr::kDeadSpace, old_int32 + old.Words());  // HEC's mixed units
-    AddTo(h, hdr::kExpansionCount, 1);
+    // The saved sort list holds entry addresses; the record's entry moves.
+    if (h[hdr::kSortStatus] > sort_status::kNone) h[hdr::kSortStatus] = sort_status::kUnusable;
+    h[hdr::kLastWriteTime] = now;
     w.NoteAreaMaxima(b);
     if ((st = w.WriteData()) != Status::kOk) return st;
     if ((st = WriteHeader()) != Status::kOk) return st;
-    if ((st = io_->WriteWords(entry_at + bin::kInfoAddress, entry_words)) != Status::kOk) {
+    if ((st = w.WriteLink(place)) != Status::kOk) return st;
+    if ((st = w.WriteWord(old_entry + bin::kStatus, entry_status::kMoved)) != Status::kOk ||
+        (st = w.WriteWord(old.address + info::kStatus, entry_status::kMoved)) != Status::kOk ||
+        (st = w.WriteWord(b.address + info::kStatus, entry_status::kLive)) != Status::kOk) {
       return st;
     }
-    return w.WriteWord(old.address + info::kStatus, entry_status::kMoved);
+    // The old version's space, when its info block sits right before its arrays.
+    if (old.address + old.Words() != old.area_address[kInternalHeader]) return Status::kOk;
+    return w.Free(old.address, old.Words() + old.BodyWords());
   }));
 }
 

@@ -4,14 +4,14 @@
 
 namespace varnock::engine::dss7 {
 
-void FaultFileIO::FailAt(Op op, int64_t n, Status error, int64_t torn_words) {
+void FaultFileIO::FailAt(Op op, int64_t n, Status error, int64_t torn_bytes) {
   armed_ = true;
   fired_ = false;
   op_ = op;
   target_ = n;
   seen_ = 0;
   error_ = error;
-  torn_words_ = torn_words;
+  torn_bytes_ = torn_bytes;
   reads_ = writes_ = syncs_ = 0;
 }
 
@@ -34,8 +34,10 @@ Status FaultFileIO::WriteBytes(int64_t offset, std::span<const std::byte> data) 
   ++writes_;
   const bool first_failure = !fired_;
   if (ShouldFail(Op::kWrite)) {
-    if (first_failure && torn_words_ > 0) {
-      const size_t torn = std::min(data.size(), static_cast<size_t>(torn_words_) * 8);
+    if (first_failure) {
+      size_t torn = data.size();
+      if (torn_bytes_ == kTearHalf) torn = data.size() / 2;
+      if (torn_bytes_ >= 0) torn = std::min(data.size(), static_cast<size_t>(torn_bytes_));
       if (torn > 0) (void)inner_->WriteBytes(offset, data.first(torn));
     }
     return error_ == Status::kOk ? Status::kWriteError : error_;

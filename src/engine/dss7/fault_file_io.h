@@ -1,5 +1,5 @@
 // FileIO that forwards to another and fails one chosen read, write or sync, so tests can break
-// every write path at every step. A failing write may first land a prefix of its words.
+// every write path at every step. A failing write may first land a prefix of its bytes.
 #ifndef VARNOCK_ENGINE_DSS7_FAULT_FILE_IO_H_
 #define VARNOCK_ENGINE_DSS7_FAULT_FILE_IO_H_
 
@@ -15,9 +15,13 @@ class FaultFileIO final : public FileIO {
 
   explicit FaultFileIO(std::unique_ptr<FileIO> inner) : inner_(std::move(inner)) {}
 
+  // How much of a failing write lands first: a byte count, or one of these.
+  static constexpr int64_t kTearHalf = -1;  // the first half of its bytes
+  static constexpr int64_t kTearAll = -2;   // all of it, and the write still reports failure
+
   // The n-th (1-based) call of `op` counted from now fails with `error`. For a failing write,
-  // `torn_words` > 0 first writes that many leading words of the range.
-  void FailAt(Op op, int64_t n, Status error = Status::kWriteError, int64_t torn_words = 0);
+  // `torn_bytes` (a count, kTearHalf or kTearAll) of its leading bytes land first.
+  void FailAt(Op op, int64_t n, Status error = Status::kWriteError, int64_t torn_bytes = 0);
   // Every call from the first failure on fails too (a dead disk).
   void set_sticky(bool sticky) { sticky_ = sticky; }
   void Disarm() { armed_ = false; }
@@ -51,7 +55,7 @@ class FaultFileIO final : public FileIO {
   int64_t target_ = 0;
   int64_t seen_ = 0;
   Status error_ = Status::kWriteError;
-  int64_t torn_words_ = 0;
+  int64_t torn_bytes_ = 0;
   int64_t reads_ = 0;
   int64_t writes_ = 0;
   int64_t syncs_ = 0;

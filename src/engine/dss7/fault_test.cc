@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <map>
+#include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -48,47 +51,74 @@ struct WriteOp {
   std::vector<std::string> touched;  // records that may read old or new (or be gone)
 };
 
-// Fails each I/O step of `op` in turn (plain and with a torn write), reopens the file, and
-// checks that every record not touched by the operation reads exactly as before.
+using State = std::optional<std::array<std::vector<int32_t>, kAreaCount>>;
+
+State StateOf(const Snapshot& snap, const std::string& path) {
+  const auto it = snap.find(path);
+  return it == snap.end() ? State() : State(it->second);
+}
+
+// Fault points tried by every FailEveryStep call of this process, for the test log.
+int64_t g_fault_points = 0;
+
+// Fails each I/O step of `op` in turn, with the failing write landing none, one, half or all
+// of its bytes. After each failure the file is opened again (which repairs it) and must pass
+// the integrity check, every record must read exactly as before or as after the operation,
+// and the file must take a further write.
 void FailEveryStep(const std::shared_ptr<MemoryFileIO::Storage>& base, const WriteOp& op) {
   Status s;
-  Snapshot before;
+  Snapshot before, after;
   {
     auto file = OpenMemory(MemoryFileIO::CopyStorage(*base), &s);
     ASSERT_EQ(s, Status::kOk);
     before = TakeSnapshot(*file);
+    ASSERT_EQ(op.run(*file), Status::kOk) << op.name;
+    after = TakeSnapshot(*file);
   }
-  for (int64_t torn : {0, 1}) {
+  std::set<std::string> paths;
+  for (const auto* snap : {&before, &after}) {
+    for (const auto& [path, areas] : *snap)
+      paths.insert(path);
+  }
+  for (int64_t tear : {int64_t{0}, int64_t{1}, FaultFileIO::kTearHalf, FaultFileIO::kTearAll}) {
     bool completed = false;
-    for (int64_t step = 1; step < 200 && !completed; ++step) {
+    for (int64_t step = 1; step < 400 && !completed; ++step) {
+      const std::string where =
+          op.name + " step " + std::to_string(step) + " tear " + std::to_string(tear);
       auto storage = MemoryFileIO::CopyStorage(*base);
       auto fault = std::make_unique<FaultFileIO>(std::make_unique<MemoryFileIO>(storage));
       FaultFileIO* injector = fault.get();
       std::unique_ptr<DssFile> file;
       ASSERT_EQ(DssFile::OpenIO(std::move(fault), {}, &file), Status::kOk);
-      injector->FailAt(FaultFileIO::Op::kAnyStep, step, Status::kWriteError, torn);
+      injector->FailAt(FaultFileIO::Op::kAnyStep, step, Status::kWriteError, tear);
       const Status result = op.run(*file);
       if (!injector->fired()) {
-        ASSERT_EQ(result, Status::kOk) << op.name << " step " << step << " torn " << torn;
+        ASSERT_EQ(result, Status::kOk) << where;
         completed = true;
       } else {
-        EXPECT_NE(result, Status::kOk) << op.name << " step " << step;
+        ++g_fault_points;
+        EXPECT_NE(result, Status::kOk) << where;
       }
       file.reset();
       auto reopened = OpenMemory(storage, &s);
-      ASSERT_EQ(s, Status::kOk) << op.name << " step " << step << " torn " << torn;
-      for (const auto& [path, areas] : before) {
-        if (std::find(op.touched.begin(), op.touched.end(), path) != op.touched.end()) continue;
-        Record r;
-        ASSERT_EQ(reopened->ReadRecord(path, &r), Status::kOk)
-            << op.name << " step " << step << " torn " << torn << ": " << path;
-        EXPECT_EQ(r.areas, areas) << op.name << " step " << step << ": " << path;
+      ASSERT_EQ(s, Status::kOk) << where;
+      EXPECT_EQ(reopened->header()[hdr::kWriteInProgress], 0) << where;
+      IntegrityReport report;
+      ASSERT_EQ(CheckIntegrity(*reopened, &report), Status::kOk) << where;
+      EXPECT_TRUE(report.ok()) << where << ": " << report.Summary();
+      const Snapshot now = TakeSnapshot(*reopened);
+      for (const auto& path : paths) {
+        const State state = StateOf(now, path);
+        EXPECT_TRUE(state == StateOf(before, path) || state == StateOf(after, path))
+            << where << ": " << path << (state ? " torn" : " missing");
       }
-      if (completed) {
-        IntegrityReport report;
-        ASSERT_EQ(CheckIntegrity(*reopened, &report), Status::kOk);
-        EXPECT_TRUE(report.ok()) << op.name << ": " << report.Summary();
-      }
+      for (const auto& [path, areas] : now)
+        EXPECT_TRUE(paths.count(path) == 1) << where << ": " << path << " appeared";
+      Values more(300, 3, 77);
+      ASSERT_EQ(reopened->Store("/AFTER/THE/FAULT///X/", more.data), Status::kOk) << where;
+      ASSERT_EQ(CheckIntegrity(*reopened, &report), Status::kOk) << where;
+      EXPECT_TRUE(report.ok()) << where << " then a store: " << report.Summary();
+      if (::testing::Test::HasFailure()) return;
     }
     EXPECT_TRUE(completed) << op.name;
   }
@@ -116,6 +146,9 @@ std::vector<WriteOp> Operations(const std::string& existing, const std::string& 
       {"rename moved",
        [=](DssFile& f) { return f.Rename(other, prefix + "A-MUCH-LONGER-F-PART/"); },
        {other, prefix + "A-MUCH-LONGER-F-PART/"}},
+      {"rename over an existing record",
+       [=](DssFile& f) { return f.Rename(other, existing); },
+       {other, existing}},
       {"copy within",
        [=](DssFile& f) { return f.Copy(existing, f, "/COPY/OF/IT///X/"); },
        {"/COPY/OF/IT///X/"}},
@@ -137,12 +170,39 @@ TEST(Dss7Fault, EveryWritePathSurvivesAFailureAtEveryStep) {
                 Status::kOk);
     }
     ASSERT_EQ(file->Delete("/F/B3/FLOW///X/"), Status::kOk);
+    Values again(100, 30, 40);
+    ASSERT_EQ(file->Rewrite("/F/B4/FLOW///X/", again.data), Status::kOk);
+    Values large(300, 600, 42), larger(300, 640, 43);
+    ASSERT_EQ(file->WriteNewRecord("/F/BIG/TEXT///X/", large.data), Status::kOk);
+    ASSERT_EQ(file->Rewrite("/F/BIG/TEXT///X/", larger.data), Status::kOk);
+    ASSERT_GT(file->header()[hdr::kReclaimTotal], 0);
   }
   for (const auto& op : Operations("/F/B1/FLOW///X/", "/F/B2/FLOW///", "X/"))
     FailEveryStep(base, op);
   WriteOp undelete{
       "undelete", [](DssFile& f) { return f.Undelete("/F/B3/FLOW///X/"); }, {"/F/B3/FLOW///X/"}};
   FailEveryStep(base, undelete);
+  auto values = std::make_shared<Values>(100, 25, 41);
+  WriteOp reuse{"rewrite into the old version's entry",
+                [=](DssFile& f) { return f.Rewrite("/F/B4/FLOW///X/", values->data); },
+                {"/F/B4/FLOW///X/"}};
+  FailEveryStep(base, reuse);
+  WriteOp store{"store over a record",
+                [=](DssFile& f) { return f.Store("/F/B5/FLOW///X/", values->data); },
+                {"/F/B5/FLOW///X/"}};
+  FailEveryStep(base, store);
+  auto into_freed = std::make_shared<Values>(300, 500, 44);
+  WriteOp reuse_space{"rewrite into freed space",
+                      [=](DssFile& f) { return f.Rewrite("/F/BIG/TEXT///X/", into_freed->data); },
+                      {"/F/BIG/TEXT///X/"}};
+  FailEveryStep(base, reuse_space);
+  WriteOp new_in_freed{
+      "new record in freed space",
+      [=](DssFile& f) { return f.WriteNewRecord("/F/NEW/BIG///X/", into_freed->data); },
+      {"/F/NEW/BIG///X/"}};
+  FailEveryStep(base, new_in_freed);
+  std::printf("[ figures  ] %lld injected fault points, each followed by repair and checks\n",
+              static_cast<long long>(g_fault_points));
 }
 
 TEST(Dss7Fault, NewBinBlockSurvivesAFailureAtEveryStep) {
@@ -180,6 +240,8 @@ TEST(Dss7Fault, NewBinBlockSurvivesAFailureAtEveryStep) {
   probe.reset();
   // Records written by the operation itself are new; only the old ones are compared.
   FailEveryStep(base, op);
+  std::printf("[ figures  ] %lld injected fault points so far\n",
+              static_cast<long long>(g_fault_points));
 }
 
 TEST(Dss7Fault, ReferenceFileCopySurvivesFailures) {
@@ -189,6 +251,33 @@ TEST(Dss7Fault, ReferenceFileCopySurvivesFailures) {
                                    "/FIXTURES/NOTES/README///", "C-ZTEXTSTORE/")) {
     FailEveryStep(base, op);
   }
+  std::printf("[ figures  ] %lld injected fault points so far\n",
+              static_cast<long long>(g_fault_points));
+}
+
+}  // namespace
+}  // namespace varnock::engine::dss7
+
+namespace varnock::engine::dss7 {
+namespace {
+
+// With sync_each_write the link step is fenced by fsyncs on both sides, and the operation
+// ends with one.
+TEST(Dss7Fault, SyncEachWriteFencesTheLinkStep) {
+  Status s;
+  auto base = MemoryFileIO::NewStorage();
+  ASSERT_NE(testing::CreateMemory(base, {}, &s), nullptr);
+  FileOptions options;
+  options.sync_each_write = true;
+  auto fault = std::make_unique<FaultFileIO>(std::make_unique<MemoryFileIO>(base));
+  FaultFileIO* counter = fault.get();
+  std::unique_ptr<DssFile> file;
+  ASSERT_EQ(DssFile::OpenIO(std::move(fault), options, &file), Status::kOk);
+  Values v(300, 10, 1);
+  ASSERT_EQ(file->Store("/SYNC/A/X///Y/", v.data), Status::kOk);
+  EXPECT_EQ(counter->syncs(), 3);
+  ASSERT_EQ(file->Store("/SYNC/A/X///Y/", v.data), Status::kOk);
+  EXPECT_EQ(counter->syncs(), 6);
 }
 
 }  // namespace

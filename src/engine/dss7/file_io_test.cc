@@ -97,13 +97,13 @@ TEST(Dss7FileIO, FaultFailsTheChosenStepAndTearsWrites) {
   auto storage = MemoryFileIO::NewStorage();
   FaultFileIO fault(std::make_unique<MemoryFileIO>(storage));
   const std::array<int64_t, 4> words{1, 2, 3, 4};
-  fault.FailAt(FaultFileIO::Op::kWrite, 2, Status::kDiskFull, 1);
+  fault.FailAt(FaultFileIO::Op::kWrite, 2, Status::kDiskFull, 9);
   EXPECT_EQ(fault.WriteWords(0, words), Status::kOk);
   EXPECT_EQ(fault.WriteWords(10, words), Status::kDiskFull);
   EXPECT_TRUE(fault.fired());
   int64_t size = 0;
   ASSERT_EQ(fault.SizeWords(&size), Status::kOk);
-  EXPECT_EQ(size, 11);                                  // one torn word landed
+  EXPECT_EQ(size, 11);                                  // nine torn bytes landed
   EXPECT_EQ(fault.WriteWords(20, words), Status::kOk);  // not sticky: later calls pass
 
   fault.FailAt(FaultFileIO::Op::kAnyStep, 2);

@@ -54,6 +54,41 @@ void Exercise(std::shared_ptr<MemoryFileIO::Storage> storage) {
   (void)file->Rename(kProbePaths[1], "/HOSTILE/RENAMED/X///LONGER-THAN-BEFORE/");
 }
 
+// Header words that size work or memory, set to what a damaged or crafted file may hold.
+TEST(Dss7Hostile, HugeHeaderWordsNeitherSlowNorOverflow) {
+  Status s;
+  auto base = MemoryFileIO::NewStorage();
+  {
+    auto file = testing::CreateMemory(base, {}, &s);
+    ASSERT_EQ(s, Status::kOk);
+    RecordData d;
+    d.type = 300;
+    for (int i = 0; i < 5; ++i)
+      ASSERT_EQ(file->WriteNewRecord("/H/P" + std::to_string(i) + "/X///Y/", d), Status::kOk);
+  }
+  const int64_t huge[] = {400000000, 0x100000006, INT64_MAX, -5};
+  for (const int64_t value : huge) {
+    for (int word = hdr::kMaxPartA; word < hdr::kMaxPartA + 6; ++word) {
+      auto storage = MemoryFileIO::CopyStorage(*base);
+      const std::array<int64_t, 1> w{value};
+      MemoryFileIO(storage).WriteWords(word, w);
+      auto file = OpenMemory(storage, &s);
+      ASSERT_EQ(s, Status::kOk);
+      std::vector<CatalogEntry> sorted;
+      ASSERT_EQ(file->SortedCatalog(&sorted, false), Status::kOk) << word << " = " << value;
+      EXPECT_EQ(sorted.size(), 5u);
+    }
+    HeaderWords h{};
+    h[hdr::kFileSize] = 15773;
+    h[hdr::kDeadSpace] = value;
+    const int64_t percent = DeadSpacePercent(h);
+    EXPECT_TRUE(percent >= 0 && percent <= 100) << value;
+    h[hdr::kFileSize] = value;
+    h[hdr::kDeadSpace] = INT64_MAX;
+    EXPECT_LE(DeadSpacePercent(h), 100) << value;
+  }
+}
+
 TEST(Dss7Hostile, TruncatedAndZeroedFilesGiveStatuses) {
   VARNOCK_REQUIRE_FIXTURE(path, "fixture7.dss");
   const auto original = testing::LoadStorage(path);

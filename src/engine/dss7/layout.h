@@ -48,6 +48,10 @@ inline constexpr int kFirstBinAddress = 24;
 inline constexpr int kNextBinAddress = 25;
 inline constexpr int kBinsUsed = 26;
 inline constexpr int kOverflowBins = 27;
+// Word 29 is a gap no HEC field uses. Our writers set it to 1 before the first write of an
+// operation and back to 0 after its last, so a file left by an interrupted operation is known
+// (and repaired) at the next write, and readers know a write is under way.
+inline constexpr int kWriteInProgress = 29;
 inline constexpr int kSortListSaves = 32;
 inline constexpr int kSortStatus = 33;
 inline constexpr int kSortNewWrites = 34;
@@ -96,6 +100,7 @@ inline constexpr int kEndHeader = 99;
 // Values a new file gets.
 namespace create {
 inline constexpr char kVersionString[4] = {'7', '-', 'J', 'A'};
+inline constexpr int64_t kLockWordsAddress = 100;  // the first area after the header
 inline constexpr int64_t kLockWords = 3;
 inline constexpr int64_t kLockArraySize = 25;
 inline constexpr int64_t kReclaimTableWords = 1002;

@@ -130,7 +130,7 @@ TEST_F(Dss7WriteTest, WorkedExampleIsLaidOutAsHecDoes) {
   ExpectIntact(*file_);
 }
 
-TEST_F(Dss7WriteTest, RewriteInPlaceAndMoved) {
+TEST_F(Dss7WriteTest, RewritesGoToNewSpaceAndReuseTheOldEntry) {
   const std::string path = "/A/B/FLOW/01Jan2020/1Hour/X/";
   Payload first(100, {4, 0, 0, 10, 0, 0}, 1);
   ASSERT_EQ(file_->WriteNewRecord(path, first.data), Status::kOk);
@@ -142,28 +142,40 @@ TEST_F(Dss7WriteTest, RewriteInPlaceAndMoved) {
   clock_.now += 1000;
   Payload smaller(105, {4, 0, 0, 6, 0, 0}, 2);  // float -> double is allowed
   ASSERT_EQ(file_->Rewrite(path, smaller.data), Status::kOk);
-  InfoBlock in_place;
-  ASSERT_EQ(file_->Lookup(path, &in_place), Status::kOk);
-  EXPECT_EQ(in_place.address, before.address);
-  EXPECT_EQ(in_place.version, 2);
-  EXPECT_EQ(in_place.allocated, before.allocated);  // space never shrinks
-  EXPECT_EQ(in_place.creation_ms, before.creation_ms);
-  EXPECT_EQ(in_place.last_write_ms, clock_.now);
+  InfoBlock second;
+  ASSERT_EQ(file_->Lookup(path, &second), Status::kOk);
+  EXPECT_GT(second.address, before.address);  // live data is never overwritten
+  EXPECT_EQ(second.version, 2);
+  EXPECT_EQ(second.expansions, 0);  // it did not grow
+  EXPECT_EQ(second.creation_ms, before.creation_ms);
+  EXPECT_EQ(second.last_write_ms, clock_.now);
+  EXPECT_EQ(file_->header()[hdr::kExpansionCount], 0);
+  EXPECT_GT(file_->header()[hdr::kDeadSpace], 0);
+  InfoBlock superseded;
+  ASSERT_EQ(file_->ReadInfoAt(before.address, &superseded), Status::kOk);
+  EXPECT_EQ(superseded.status, entry_status::kMoved);
   ExpectRecord(*file_, path, smaller);
   ExpectIntact(*file_);
+  const int64_t bins_used = file_->header()[hdr::kBinsUsed];
 
   Payload bigger(105, {4, 0, 0, 300, 0, 0}, 3);
   ASSERT_EQ(file_->Rewrite(path, bigger.data), Status::kOk);
   InfoBlock moved;
   ASSERT_EQ(file_->Lookup(path, &moved), Status::kOk);
-  EXPECT_GT(moved.address, before.address);
+  EXPECT_GT(moved.address, second.address);
   EXPECT_EQ(moved.version, 3);
   EXPECT_EQ(moved.expansions, 1);
   EXPECT_EQ(file_->header()[hdr::kExpansionCount], 1);
-  EXPECT_GT(file_->header()[hdr::kDeadSpace], 0);
   InfoBlock old;
-  ASSERT_EQ(file_->ReadInfoAt(before.address, &old), Status::kOk);
+  ASSERT_EQ(file_->ReadInfoAt(second.address, &old), Status::kOk);
   EXPECT_EQ(old.status, entry_status::kMoved);  // a squeeze must not revive it
+  // Two entries take turns: rewrites do not fill the bins.
+  for (int i = 0; i < 20; ++i)
+    ASSERT_EQ(file_->Rewrite(path, bigger.data), Status::kOk);
+  EXPECT_EQ(file_->header()[hdr::kBinsUsed], bins_used);
+  std::vector<CatalogEntry> listed;
+  ASSERT_EQ(file_->Catalog(&listed), Status::kOk);
+  EXPECT_EQ(listed.size(), 1u);
   ExpectRecord(*file_, path, bigger);
   EXPECT_EQ(file_->header()[hdr::kRecordCount], 1);
   ExpectIntact(*file_);
@@ -224,8 +236,12 @@ TEST_F(Dss7WriteTest, RenameInPlaceMovedCaseOnlyAndOverExisting) {
   const std::string ts_new = "/R/NEW/FLOW/01Jan2021/1Day/OBS/";
   InfoBlock after;
   ASSERT_EQ(file_->Lookup(ts_new, &after), Status::kOk);
-  EXPECT_EQ(after.address, before.address);  // same path words: in place
+  EXPECT_GT(after.address, before.address);  // a new info block; the data stay
+  EXPECT_EQ(after.area_address, before.area_address);
   EXPECT_EQ(after.version, before.version);
+  InfoBlock old_info;
+  ASSERT_EQ(file_->ReadInfoAt(before.address, &old_info), Status::kOk);
+  EXPECT_EQ(old_info.status, entry_status::kRenamed);
   EXPECT_FALSE(file_->Exists(ts_path));
   ExpectRecord(*file_, ts_new, ts);
   ExpectIntact(*file_);

@@ -1,0 +1,7 @@
+// libFuzzer target: any bytes as a DSS-7 file, through every reader and writer.
+#include "fuzz/dss7_exercise.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  varnock::engine::dss7::fuzzing::ExerciseImage(data, size);
+  return 0;
+}
