@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/container/record_reader.h"
 #include "engine/dss7/dss_file.h"
 
 namespace varnock::cli {
@@ -63,6 +64,8 @@ const std::vector<Command>& Commands();
 
 // Opens a DSS file, or fails with the tool's texts and kExitFile.
 std::unique_ptr<engine::dss7::DssFile> OpenDss(const std::string& path, bool writable);
+// Opens an existing DSS file of either version for reading its records.
+std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path);
 // Opens an existing DSS file for writing, or creates a new one.
 std::unique_ptr<engine::dss7::DssFile> OpenOrCreateDss(const std::string& path);
 // Fails when a file-layer call did not succeed. Damage and read errors always exit kExitFile,
@@ -134,14 +137,6 @@ void AppendNumber(std::string& out, double value, bool doubles);
 std::vector<engine::dss7::CatalogEntry> MatchingRecords(engine::dss7::DssFile& file, bool sorted,
                                                         const std::vector<PathPattern>& patterns,
                                                         const engine::dss7::CatalogFilter& filter);
-// What a dump covered: the records the patterns matched and those that could not be read.
-struct DumpCounts {
-  size_t matched = 0;
-  size_t failed = 0;
-};
-// The canonical dump of a file; with patterns, only the records they match.
-std::string DumpFile(engine::dss7::DssFile& file, const std::vector<PathPattern>& patterns,
-                     DumpCounts* counts);
 
 // Commands.
 int RunInfo(const std::vector<std::string>& args);

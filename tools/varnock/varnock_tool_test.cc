@@ -122,7 +122,9 @@ TEST(VarnockToolTest, DumpsReproduceTheReferenceDumps) {
   const std::pair<const char*, const char*> files[] = {
       {"fixture7.dss", "fixture7.dump.txt"},
       {"sample7.dss", "sample7.dss.dump.txt.gz"},
-      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"}};
+      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"},
+      {"fixture6.dss", "fixture6.dump.txt"},
+      {"sample6.dss", "sample6.dss.dump.txt.gz"}};
   for (const auto& [file, dump] : files) {
     VARNOCK_REQUIRE_FIXTURE(source, file);
     VARNOCK_REQUIRE_FIXTURE(dump_path, dump);

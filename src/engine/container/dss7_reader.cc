@@ -65,14 +65,6 @@ class Dss7Container final : public Container {
   std::unique_ptr<dss7::DssFile> file_;
 };
 
-Status FromSeries(const series::SeriesStatus& s) {
-  if (s.ok()) return Status::kOk;
-  if (s.code == series::SeriesCode::kFile) return s.file;
-  if (s.code == series::SeriesCode::kNotFound) return Status::kNotFound;
-  if (s.code == series::SeriesCode::kWrongType) return Status::kTypeMismatch;
-  return Status::kDamaged;
-}
-
 class Dss7RecordReader final : public RecordReader {
  public:
   explicit Dss7RecordReader(std::unique_ptr<dss7::DssFile> file) : file_(std::move(file)) {}
@@ -90,7 +82,7 @@ class Dss7RecordReader final : public RecordReader {
       status = series::RegularBlockWindow(item.path, &start, &count);
       if (status.ok()) status = series::ReadRegular(file_.dss(), item.path, start, count, out);
     }
-    return FromSeries(status);
+    return status.AsFileStatus();
   }
   Status ReadPaired(const CatalogItem& item, paired::PairedData* out) override {
     return paired::ReadPairedData(file_.dss(), item.path, out);
