@@ -148,6 +148,9 @@ int RunUndelete(const std::vector<std::string>& args);
 int RunDump(const std::vector<std::string>& args);
 int RunExport(const std::vector<std::string>& args);
 int RunImport(const std::vector<std::string>& args);
+int RunConvert(const std::vector<std::string>& args);
+int RunSqueeze(const std::vector<std::string>& args);
+int RunCheck(const std::vector<std::string>& args);
 
 }  // namespace varnock::cli
 
