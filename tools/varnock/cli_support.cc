@@ -111,7 +111,10 @@ std::string OpenFailureText(const std::string& path, dss7::Status status) {
       dss7::VersionInfo version;
       if (dss7::Ok(dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io)) &&
           dss7::Ok(dss7::DssFile::ProbeVersion(*io, &version)))
-        found = " (the file is DSS version " + version.text + "; varnock reads version 7)";
+        found = " (the file is DSS version " + version.text +
+                (version.major == 6
+                     ? "; this command works on version 7 files: 'varnock convert' makes one)"
+                     : "; varnock reads versions 6 and 7)");
       return "Can't open " + path + ": incompatible DSS versions." + found;
     }
     case dss7::Status::kNotDssFile:

@@ -93,4 +93,30 @@ TEST(VarnockMaintainTest, SqueezeAndCheckOnBothVersions) {
   }
 }
 
+// catalog and info read both versions alike; a DSS-6 catalog lists its upper-case names,
+// and patterns match either (case is ignored).
+TEST(VarnockMaintainTest, CatalogAndInfoOnBothVersions) {
+  const char* flow = "'/FIXTURES/HOURLY/FLOW/*/1Hour/*/'";
+  int flow_lines[2] = {0, 0};
+  for (const char* name : {"fixture6.dss", "fixture7.dss"}) {
+    VARNOCK_REQUIRE_FIXTURE(file, name);
+    TempFolder folder;
+    const bool six = name[7] == '6';
+    const Outcome catalog = RunTool("catalog " + Quoted(file), folder);
+    EXPECT_EQ(catalog.exit_code, 0) << name;
+    EXPECT_EQ(varnock::testing::CountLines(catalog.out), 27) << name;
+    EXPECT_NE(catalog.out.find(six ? "/01JAN2021/1HOUR/" : "/01Jan2021/1Hour/"), std::string::npos)
+        << name;
+    const Outcome matched = RunTool("catalog " + Quoted(file) + " " + flow, folder);
+    EXPECT_EQ(matched.exit_code, 0) << name;
+    flow_lines[six ? 0 : 1] = varnock::testing::CountLines(matched.out);
+    const Outcome info = RunTool("info " + Quoted(file), folder);
+    EXPECT_EQ(info.exit_code, 0) << name;
+    EXPECT_NE(info.out.find(six ? "version       6-" : "version       7-"), std::string::npos);
+    EXPECT_NE(info.out.find("records       27\n"), std::string::npos) << info.out;
+  }
+  EXPECT_GT(flow_lines[0], 0);
+  EXPECT_EQ(flow_lines[0], flow_lines[1]);
+}
+
 }  // namespace

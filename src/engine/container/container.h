@@ -50,11 +50,22 @@ struct RecordAreas {
   std::array<std::vector<int32_t>, kAreaCount> areas;
 };
 
+// What `varnock info` shows of a file, as its version keeps it.
+struct FileFacts {
+  int64_t records = 0;
+  int64_t deleted = -1;  // -1 where the version does not count deleted records
+  int64_t size_bytes = 0;
+  int64_t dead_bytes = 0;
+  std::string created;       // the version's own text or an ISO time; empty when unknown
+  std::string last_written;  // likewise
+};
+
 class Container {
  public:
   virtual ~Container() = default;
   virtual int MajorVersion() const = 0;
   virtual std::string VersionText() const = 0;
+  virtual FileFacts Facts() const = 0;
   // Live records in the order the file's bins list them.
   virtual Status Catalog(std::vector<CatalogItem>* out) = 0;
   // Live records in HEC's sorted-catalog order.

@@ -1,5 +1,6 @@
 // DSS-7 behind the version-neutral interfaces: an adapter over DssFile and the existing
 // series, paired-data and text readers.
+#include <ctime>
 #include <memory>
 
 #include "engine/container/record_reader.h"
@@ -8,6 +9,17 @@
 
 namespace varnock::engine::container {
 namespace {
+
+// Milliseconds since 1970 as "YYYY-MM-DDTHH:MM:SSZ"; empty when not set.
+std::string WallClockTime(int64_t milliseconds) {
+  if (milliseconds <= 0) return "";
+  const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return text;
+}
 
 RecordInfo ToRecordInfo(const dss7::InfoBlock& b) {
   RecordInfo r;
@@ -36,6 +48,17 @@ class Dss7Container final : public Container {
 
   int MajorVersion() const override { return 7; }
   std::string VersionText() const override { return file_->version().text; }
+  FileFacts Facts() const override {
+    const auto& header = file_->header();
+    FileFacts facts;
+    facts.records = header[dss7::hdr::kRecordCount];
+    facts.deleted = header[dss7::hdr::kDeleteCount];
+    facts.size_bytes = header[dss7::hdr::kFileSize] * dss7::kWordBytes;
+    facts.dead_bytes = header[dss7::hdr::kDeadSpace] * dss7::kWordBytes;
+    facts.created = WallClockTime(header[dss7::hdr::kCreateTime]);
+    facts.last_written = WallClockTime(header[dss7::hdr::kLastWriteTime]);
+    return facts;
+  }
   Status Catalog(std::vector<CatalogItem>* out) override { return List(false, out); }
   Status SortedCatalog(std::vector<CatalogItem>* out) override { return List(true, out); }
   Status Lookup(std::string_view path, RecordInfo* out) override {

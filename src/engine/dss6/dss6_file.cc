@@ -141,6 +141,23 @@ std::string Dss6File::VersionText() const {
   return dss6::VersionText(header_);
 }
 
+container::FileFacts Dss6File::Facts() const {
+  container::FileFacts facts;
+  facts.records = header_[hdr::kRecordCount];
+  facts.size_bytes = file_words_ * kWordBytes;
+  facts.dead_bytes = static_cast<int64_t>(header_[hdr::kDeadSpace]) * kWordBytes;
+  const std::span<const int32_t> words(header_);
+  facts.created = LoadChars(words.subspan(hdr::kCreateDate, 2), 8);
+  facts.last_written = LoadChars(words.subspan(hdr::kLastWriteDate, 2), 8) + " " +
+                       LoadChars(words.subspan(hdr::kLastWriteTime, 2), 8);
+  for (std::string* text : {&facts.created, &facts.last_written}) {
+    while (!text->empty() && (text->back() == ' ' || text->back() == '\0'))
+      text->pop_back();
+    text->erase(std::remove(text->begin(), text->end(), '\0'), text->end());
+  }
+  return facts;
+}
+
 Status Dss6File::ReadWords(int64_t address, std::span<int32_t> out) {
   const auto n = static_cast<int64_t>(out.size());
   if (n == 0) return Status::kOk;

@@ -124,6 +124,7 @@ class Dss6File final : public container::Container {
   // Container.
   int MajorVersion() const override { return 6; }
   std::string VersionText() const override;
+  container::FileFacts Facts() const override;
   Status Catalog(std::vector<container::CatalogItem>* out) override;
   Status SortedCatalog(std::vector<container::CatalogItem>* out) override;
   Status Lookup(std::string_view path, container::RecordInfo* out) override;
