@@ -114,6 +114,7 @@ class Dss7RecordReader final : public RecordReader {
     return paired::ReadText(file_.dss(), item.path, out);
   }
   bool BlankAfterEmptySeriesText() const override { return false; }
+  double NeverWritten() const override { return series::kUndefinedDouble; }
 
  private:
   Dss7Container file_;

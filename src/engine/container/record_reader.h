@@ -27,6 +27,8 @@ class RecordReader {
   // HEC's DSS-6 library hands an empty units or type text back as a field followed by a blank
   // in the canonical dump; DSS-7's as the bare field name.
   virtual bool BlankAfterEmptySeriesText() const = 0;
+  // The value a series read hands back for slots never written: DSS-6 -901, DSS-7 -FLT_MAX.
+  virtual double NeverWritten() const = 0;
 };
 
 // Opens an existing DSS file read-only, DSS-6 or DSS-7 by its version byte: kOk, or
