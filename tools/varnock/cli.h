@@ -64,8 +64,10 @@ const std::vector<Command>& Commands();
 
 // Opens a DSS file, or fails with the tool's texts and kExitFile.
 std::unique_ptr<engine::dss7::DssFile> OpenDss(const std::string& path, bool writable);
-// Opens an existing DSS file of either version for reading its records.
-std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path);
+// Opens an existing DSS file of either version for reading its records (and, with
+// `writable`, for the writes its container offers), or fails with the tool's texts.
+std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path,
+                                                             bool writable = false);
 // Opens an existing DSS file for writing, or creates a new one.
 std::unique_ptr<engine::dss7::DssFile> OpenOrCreateDss(const std::string& path);
 // Fails when a file-layer call did not succeed. Damage and read errors always exit kExitFile,

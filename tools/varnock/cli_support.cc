@@ -150,14 +150,19 @@ std::unique_ptr<dss7::DssFile> OpenDss(const std::string& path, bool writable) {
   return file;
 }
 
-std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path) {
+std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path,
+                                                             bool writable) {
   std::error_code ignored;
   if (!std::filesystem::exists(path, ignored))
     throw Failure(kExitFile, "Unable to connect to the DSS file: " + path);
   RequireNotFolder(path);
   std::unique_ptr<engine::container::RecordReader> reader;
-  const dss7::Status status = engine::container::OpenRecordReader(path, &reader);
+  const dss7::Status status =
+      writable ? engine::container::OpenRecordReaderForWrite(path, "varnock", &reader)
+               : engine::container::OpenRecordReader(path, &reader);
   if (!dss7::Ok(status)) throw Failure(kExitFile, OpenFailureText(path, status));
+  if (writable && reader->file().read_only())
+    throw Failure(kExitWriteFailed, path + " can only be opened read-only");
   return reader;
 }
 

@@ -119,4 +119,31 @@ TEST(VarnockMaintainTest, CatalogAndInfoOnBothVersions) {
   EXPECT_EQ(flow_lines[0], flow_lines[1]);
 }
 
+// delete and rename write to files of both versions alike; the file stays sound.
+TEST(VarnockMaintainTest, DeleteAndRenameOnBothVersions) {
+  for (const char* name : {"fixture6.dss", "fixture7.dss"}) {
+    VARNOCK_REQUIRE_FIXTURE(source, name);
+    TempFolder folder;
+    const std::string file = folder.CopyIn(source, name);
+    std::filesystem::permissions(file, std::filesystem::perms::owner_write,
+                                 std::filesystem::perm_options::add);
+    const Outcome deleted =
+        RunTool("delete " + Quoted(file) + " '/FIXTURES/DAILY/*/*/*/*/'", folder);
+    EXPECT_EQ(deleted.exit_code, 0) << name << deleted.err;
+    const int left = varnock::testing::CountLines(RunTool("catalog " + Quoted(file), folder).out);
+    EXPECT_EQ(left + std::stoi(deleted.err.substr(deleted.err.find(' ') + 1)), 27) << name;
+    const Outcome renamed = RunTool("rename " + Quoted(file) +
+                                        " /FIXTURES/RESERVOIR/ELEV-STORAGE///F77-ZSPD/"
+                                        " /FIXTURES/RESERVOIR/ELEV-STORAGE///RENAMED/",
+                                    folder);
+    EXPECT_EQ(renamed.exit_code, 0) << name << renamed.err;
+    const std::string dump = RunTool("dump " + Quoted(file), folder).out;
+    EXPECT_NE(dump.find("record /FIXTURES/RESERVOIR/ELEV-STORAGE///RENAMED/\n"), std::string::npos)
+        << name;
+    EXPECT_EQ(dump.find("F77-ZSPD/\n"), std::string::npos) << name;
+    EXPECT_EQ(RunTool("check " + Quoted(file), folder).exit_code, 0) << name;
+    EXPECT_EQ(RunTool("delete " + Quoted(file) + " '/NOTHING/*/*/*/*/*/'", folder).exit_code, 4);
+  }
+}
+
 }  // namespace

@@ -67,6 +67,12 @@ class Dss7Container final : public Container {
     if (s == Status::kOk) *out = ToRecordInfo(info);
     return s;
   }
+  bool read_only() const override { return file_->read_only(); }
+  Status Delete(std::string_view path) override { return file_->Delete(path); }
+  Status Rename(std::string_view old_path, std::string_view new_path) override {
+    return file_->Rename(old_path, new_path);
+  }
+  Status Close() override { return file_->Close(); }
   Status ReadRecord(std::string_view path, RecordAreas* out) override {
     dss7::Record r;
     const Status s = file_->ReadRecord(path, &r);

@@ -34,6 +34,10 @@ class RecordReader {
 // Opens an existing DSS file read-only, DSS-6 or DSS-7 by its version byte: kOk, or
 // kNotDssFile, kIncompatibleVersion (another major version), kInvalidHeader, an I/O status.
 Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* out);
+// The same for reading and writing (read-only when the file cannot be written); `program` is
+// what the file records as the writer of what it writes.
+Status OpenRecordReaderForWrite(const std::string& path, const std::string& program,
+                                std::unique_ptr<RecordReader>* out);
 Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out);
 
 // What a dump renders and whom it tells of its progress.
