@@ -129,19 +129,20 @@ int RunUndelete(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
   args.RequireCount(2, SIZE_MAX, "varnock undelete FILE PATTERN...");
   const std::vector<PathPattern> patterns = PatternsFrom(args, 1);
-  auto file = OpenDss(args.At(0), true);
-  dss7::CatalogFilter deleted;
-  deleted.which = dss7::CatalogFilter::Which::kDeleted;
-  const auto records = MatchingRecords(*file, false, patterns, deleted);
+  auto reader = OpenRecords(args.At(0), true);
+  engine::container::Container& file = reader->file();
+  std::vector<engine::container::CatalogItem> records;
+  Check(file.DeletedCatalog(&records), kExitFile, "cannot read the catalog");
+  std::erase_if(records, [&](const auto& item) { return !AnyMatches(patterns, item.listed_path); });
   if (records.empty()) throw Failure(kExitNotFound, "no deleted record matches");
   size_t restored = 0;
   for (const auto& record : records) {
-    const dss7::Status status = file->Undelete(record.path);
+    const dss7::Status status = file.Undelete(record.path);
     if (status == dss7::Status::kExists) continue;  // a live record has taken the name
-    Check(status, kExitFailure, "cannot undelete " + record.path);
+    Check(status, kExitFailure, "cannot undelete " + record.listed_path);
     ++restored;
   }
-  Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+  Check(file.Close(), kExitWriteFailed, "cannot close " + args.At(0));
   PrintCount("undeleted", restored);
   return kExitOk;
 }

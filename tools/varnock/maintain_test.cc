@@ -119,8 +119,8 @@ TEST(VarnockMaintainTest, CatalogAndInfoOnBothVersions) {
   EXPECT_EQ(flow_lines[0], flow_lines[1]);
 }
 
-// delete and rename write to files of both versions alike; the file stays sound.
-TEST(VarnockMaintainTest, DeleteAndRenameOnBothVersions) {
+// delete, undelete and rename write to files of both versions alike; the file stays sound.
+TEST(VarnockMaintainTest, DeleteUndeleteAndRenameOnBothVersions) {
   for (const char* name : {"fixture6.dss", "fixture7.dss"}) {
     VARNOCK_REQUIRE_FIXTURE(source, name);
     TempFolder folder;
@@ -143,6 +143,12 @@ TEST(VarnockMaintainTest, DeleteAndRenameOnBothVersions) {
     EXPECT_EQ(dump.find("F77-ZSPD/\n"), std::string::npos) << name;
     EXPECT_EQ(RunTool("check " + Quoted(file), folder).exit_code, 0) << name;
     EXPECT_EQ(RunTool("delete " + Quoted(file) + " '/NOTHING/*/*/*/*/*/'", folder).exit_code, 4);
+    const Outcome restored =
+        RunTool("undelete " + Quoted(file) + " '/FIXTURES/DAILY/*/*/*/*/'", folder);
+    EXPECT_EQ(restored.exit_code, 0) << name << restored.err;
+    EXPECT_EQ(restored.err, "un" + deleted.err) << name;
+    EXPECT_EQ(varnock::testing::CountLines(RunTool("catalog " + Quoted(file), folder).out), 27);
+    EXPECT_EQ(RunTool("check " + Quoted(file), folder).exit_code, 0) << name;
   }
 }
 

@@ -70,12 +70,16 @@ class Container {
   virtual Status Catalog(std::vector<CatalogItem>* out) = 0;
   // Live records in HEC's sorted-catalog order.
   virtual Status SortedCatalog(std::vector<CatalogItem>* out) = 0;
+  // Deleted records that can still be restored, in file order.
+  virtual Status DeletedCatalog(std::vector<CatalogItem>* out) = 0;
   // kOk, kNotFound, or a damage / I/O status.
   virtual Status Lookup(std::string_view path, RecordInfo* out) = 0;
   virtual Status ReadRecord(std::string_view path, RecordAreas* out) = 0;
   // Writes: kReadOnly on a file opened for reading; kNotFound when no live record has the path.
   virtual bool read_only() const = 0;
   virtual Status Delete(std::string_view path) = 0;
+  // kExists when a live record has taken the name.
+  virtual Status Undelete(std::string_view path) = 0;
   // A live record under the new name is replaced.
   virtual Status Rename(std::string_view old_path, std::string_view new_path) = 0;
   // Finishes the writes and closes the file; later calls fail.

@@ -61,6 +61,16 @@ class Dss7Container final : public Container {
   }
   Status Catalog(std::vector<CatalogItem>* out) override { return List(false, out); }
   Status SortedCatalog(std::vector<CatalogItem>* out) override { return List(true, out); }
+  Status DeletedCatalog(std::vector<CatalogItem>* out) override {
+    dss7::CatalogFilter deleted;
+    deleted.which = dss7::CatalogFilter::Which::kDeleted;
+    std::vector<dss7::CatalogEntry> entries;
+    const Status s = file_->Catalog(&entries, deleted);
+    out->clear();
+    for (auto& e : entries)
+      out->push_back(ToItem(std::move(e)));
+    return s;
+  }
   Status Lookup(std::string_view path, RecordInfo* out) override {
     dss7::InfoBlock info;
     const Status s = file_->Lookup(path, &info);
@@ -69,6 +79,7 @@ class Dss7Container final : public Container {
   }
   bool read_only() const override { return file_->read_only(); }
   Status Delete(std::string_view path) override { return file_->Delete(path); }
+  Status Undelete(std::string_view path) override { return file_->Undelete(path); }
   Status Rename(std::string_view old_path, std::string_view new_path) override {
     return file_->Rename(old_path, new_path);
   }

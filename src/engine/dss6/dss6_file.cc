@@ -274,9 +274,19 @@ Status Dss6File::ReadRecord(std::string_view path, container::RecordAreas* out) 
 }
 
 Status Dss6File::Catalog(std::vector<container::CatalogItem>* out) {
+  return ListEntries(false, out);
+}
+
+Status Dss6File::DeletedCatalog(std::vector<container::CatalogItem>* out) {
+  return ListEntries(true, out);
+}
+
+// Live entries stop the walk once the header's record count is met; deleted ones are not
+// counted, so every bin is read.
+Status Dss6File::ListEntries(bool deleted, std::vector<container::CatalogItem>* out) {
   return NoThrow([&]() -> Status {
     out->clear();
-    const int64_t wanted = header_[hdr::kRecordCount];
+    const int64_t wanted = deleted ? INT64_MAX : header_[hdr::kRecordCount];
     const int64_t per_block = header_[hdr::kBinsPerBlock];
     // The first area of a stable file holds a bin for every hash code.
     int64_t in_block =
@@ -294,7 +304,9 @@ Status Dss6File::Catalog(std::vector<container::CatalogItem>* out) {
           const EntryScan scan = DecodeBinEntry(bin, at, &e);
           if (scan == EntryScan::kMalformed) return Status::kDamaged;
           if (scan != EntryScan::kEntry) break;
-          if (!entry_status::IsLive(e.status)) continue;
+          if (deleted ? entry_status::Base(e.status) != entry_status::kDeleted
+                      : !entry_status::IsLive(e.status))
+            continue;
           container::CatalogItem c;
           c.listed_path = ListedPath(e);
           c.path = std::move(e.path);

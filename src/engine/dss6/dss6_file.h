@@ -103,7 +103,7 @@ class Dss6File final : public container::Container {
   Status Rewrite(std::string_view path, const RecordData6& data);
   Status Store(std::string_view path, const RecordData6& data);  // either
   Status Delete(std::string_view path) override;
-  Status Undelete(std::string_view path);  // kExists if a live record has the path
+  Status Undelete(std::string_view path) override;  // kExists if a live record has the path
   // kInvalidArgument when the names are the same; a live record under the new name is deleted
   // first, as HEC does.
   Status Rename(std::string_view old_path, std::string_view new_path) override;
@@ -127,11 +127,13 @@ class Dss6File final : public container::Container {
   container::FileFacts Facts() const override;
   Status Catalog(std::vector<container::CatalogItem>* out) override;
   Status SortedCatalog(std::vector<container::CatalogItem>* out) override;
+  Status DeletedCatalog(std::vector<container::CatalogItem>* out) override;
   Status Lookup(std::string_view path, container::RecordInfo* out) override;
   Status ReadRecord(std::string_view path, container::RecordAreas* out) override;
 
  private:
   friend class Writer6;
+  Status ListEntries(bool deleted, std::vector<container::CatalogItem>* out);
   struct Chain;
   Dss6File(std::unique_ptr<dss7::FileIO> io, const Options6& options)
       : io_(std::move(io)), options_(options) {}
