@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/container/record_reader.h"
 #include "engine/dss7/dss_file.h"
 
 namespace varnock::cli {
@@ -63,6 +64,10 @@ const std::vector<Command>& Commands();
 
 // Opens a DSS file, or fails with the tool's texts and kExitFile.
 std::unique_ptr<engine::dss7::DssFile> OpenDss(const std::string& path, bool writable);
+// Opens an existing DSS file of either version for reading its records (and, with
+// `writable`, for the writes its container offers), or fails with the tool's texts.
+std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path,
+                                                             bool writable = false);
 // Opens an existing DSS file for writing, or creates a new one.
 std::unique_ptr<engine::dss7::DssFile> OpenOrCreateDss(const std::string& path);
 // Fails when a file-layer call did not succeed. Damage and read errors always exit kExitFile,
@@ -134,14 +139,6 @@ void AppendNumber(std::string& out, double value, bool doubles);
 std::vector<engine::dss7::CatalogEntry> MatchingRecords(engine::dss7::DssFile& file, bool sorted,
                                                         const std::vector<PathPattern>& patterns,
                                                         const engine::dss7::CatalogFilter& filter);
-// What a dump covered: the records the patterns matched and those that could not be read.
-struct DumpCounts {
-  size_t matched = 0;
-  size_t failed = 0;
-};
-// The canonical dump of a file; with patterns, only the records they match.
-std::string DumpFile(engine::dss7::DssFile& file, const std::vector<PathPattern>& patterns,
-                     DumpCounts* counts);
 
 // Commands.
 int RunInfo(const std::vector<std::string>& args);
@@ -155,6 +152,9 @@ int RunExport(const std::vector<std::string>& args);
 int RunImport(const std::vector<std::string>& args);
 // Runs the Python module's plot command (python3 -m varnock plot ARGS).
 int RunPlot(const std::vector<std::string>& args);
+int RunConvert(const std::vector<std::string>& args);
+int RunSqueeze(const std::vector<std::string>& args);
+int RunCheck(const std::vector<std::string>& args);
 
 }  // namespace varnock::cli
 

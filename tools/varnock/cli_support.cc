@@ -111,7 +111,10 @@ std::string OpenFailureText(const std::string& path, dss7::Status status) {
       dss7::VersionInfo version;
       if (dss7::Ok(dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io)) &&
           dss7::Ok(dss7::DssFile::ProbeVersion(*io, &version)))
-        found = " (the file is DSS version " + version.text + "; varnock reads version 7)";
+        found = " (the file is DSS version " + version.text +
+                (version.major == 6
+                     ? "; this command works on version 7 files: 'varnock convert' makes one)"
+                     : "; varnock reads versions 6 and 7)");
       return "Can't open " + path + ": incompatible DSS versions." + found;
     }
     case dss7::Status::kNotDssFile:
@@ -145,6 +148,22 @@ std::unique_ptr<dss7::DssFile> OpenDss(const std::string& path, bool writable) {
   if (writable && file->read_only())
     throw Failure(kExitWriteFailed, path + " can only be opened read-only");
   return file;
+}
+
+std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path,
+                                                             bool writable) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(path, ignored))
+    throw Failure(kExitFile, "Unable to connect to the DSS file: " + path);
+  RequireNotFolder(path);
+  std::unique_ptr<engine::container::RecordReader> reader;
+  const dss7::Status status =
+      writable ? engine::container::OpenRecordReaderForWrite(path, "varnock", &reader)
+               : engine::container::OpenRecordReader(path, &reader);
+  if (!dss7::Ok(status)) throw Failure(kExitFile, OpenFailureText(path, status));
+  if (writable && reader->file().read_only())
+    throw Failure(kExitWriteFailed, path + " can only be opened read-only");
+  return reader;
 }
 
 std::unique_ptr<dss7::DssFile> OpenOrCreateDss(const std::string& path) {

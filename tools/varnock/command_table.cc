@@ -90,6 +90,28 @@ const std::vector<Command>& Commands() {
        "interpreter through VARNOCK_PYTHON), which needs the varnock module and\n"
        "matplotlib (apt install python3-matplotlib).\n",
        RunPlot},
+      {"convert", "copy every record into a new file of the other DSS version",
+       "usage: varnock convert SOURCE DEST --to 6|7\n\n"
+       "Writes every record of SOURCE (DSS version 6 or 7) into DEST, a new file of\n"
+       "version 6 or 7. Time series keep their times and values (slots never written\n"
+       "take the target's marker), paired data and text their contents; a DSS-6 file\n"
+       "stores pathnames in upper case. Records that cannot be converted (kinds the\n"
+       "target has no form for, unreadable records) are listed with the reason, and\n"
+       "the command then exits 1.\n",
+       RunConvert},
+      {"squeeze", "rewrite a file without its dead space",
+       "usage: varnock squeeze FILE\n\n"
+       "Copies every live record of FILE (version 6 or 7) into a fresh file beside it,\n"
+       "which then replaces it: deleted records and space left by rewrites are gone.\n"
+       "Refused while another program has the file open; on failure FILE stays as it\n"
+       "was.\n",
+       RunSqueeze},
+      {"check", "check a file's internal structure",
+       "usage: varnock check FILE\n\n"
+       "Runs the integrity checks of the file's DSS version (bins, links, pathnames,\n"
+       "and for version 7 the hash table) and lists what is damaged. Exits 0 only when\n"
+       "the file is sound, 3 otherwise.\n",
+       RunCheck},
   };
   return kCommands;
 }

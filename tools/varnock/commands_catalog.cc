@@ -14,23 +14,13 @@ namespace dss7 = engine::dss7;
 
 namespace {
 
-std::string WallClockTime(int64_t milliseconds) {
-  if (milliseconds <= 0) return "unknown";
-  const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 std::string TypeName(int32_t type) {
   return std::string(engine::RecordKindName(type));
 }
 
 // One line per series: blocks that differ only in their D part fold into one date range, on
 // the line where the series' first block stands; other records keep their own place.
-void PrintCondensed(const std::vector<dss7::CatalogEntry>& entries) {
+void PrintCondensed(const std::vector<engine::container::CatalogItem>& entries) {
   struct Line {
     int32_t type = 0;
     std::string path;                                     // record path, or series parts
@@ -40,13 +30,13 @@ void PrintCondensed(const std::vector<dss7::CatalogEntry>& entries) {
   std::map<std::string, size_t> series_line;
   for (const auto& entry : entries) {
     std::string parts[6];
-    if (!IsTimeSeries(entry.type) || !SplitPath(entry.path, parts)) {
-      lines.push_back({entry.type, entry.path, {}});
+    if (!IsTimeSeries(entry.type) || !SplitPath(entry.listed_path, parts)) {
+      lines.push_back({entry.type, entry.listed_path, {}});
       continue;
     }
     const std::string key = SeriesName(parts);
     auto [it, added] = series_line.try_emplace(key, lines.size());
-    if (added) lines.push_back({entry.type, entry.path, {}});
+    if (added) lines.push_back({entry.type, entry.listed_path, {}});
     int32_t julian = 0;
     if (!BlockDateJulian(parts[3], &julian)) julian = INT32_MAX;
     lines[it->second].blocks.emplace_back(julian, parts[3]);
@@ -86,20 +76,21 @@ std::vector<dss7::CatalogEntry> MatchingRecords(dss7::DssFile& file, bool sorted
 int RunInfo(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
   args.RequireCount(1, 1, "varnock info FILE");
-  auto file = OpenDss(args.At(0), false);
-  const auto& header = file->header();
-  const int64_t words = header[dss7::hdr::kFileSize];
-  const int64_t dead = header[dss7::hdr::kDeadSpace];
+  auto reader = OpenRecords(args.At(0));
+  const engine::container::Container& file = reader->file();
+  const engine::container::FileFacts facts = file.Facts();
+  const auto known = [](const std::string& text) { return text.empty() ? "unknown" : text; };
   std::printf("file          %s\n", args.At(0).c_str());
-  std::printf("version       %s\n", file->version().text.c_str());
-  std::printf("records       %lld\n", static_cast<long long>(header[dss7::hdr::kRecordCount]));
-  std::printf("deleted       %lld\n", static_cast<long long>(header[dss7::hdr::kDeleteCount]));
-  std::printf("size          %lld bytes (%lld words)\n",
-              static_cast<long long>(words * dss7::kWordBytes), static_cast<long long>(words));
-  std::printf("dead space    %lld words (%lld%%)\n", static_cast<long long>(dead),
-              static_cast<long long>(dss7::DeadSpacePercent(header)));
-  std::printf("created       %s\n", WallClockTime(header[dss7::hdr::kCreateTime]).c_str());
-  std::printf("last written  %s\n", WallClockTime(header[dss7::hdr::kLastWriteTime]).c_str());
+  std::printf("version       %s\n", file.VersionText().c_str());
+  std::printf("records       %lld\n", static_cast<long long>(facts.records));
+  if (facts.deleted >= 0)
+    std::printf("deleted       %lld\n", static_cast<long long>(facts.deleted));
+  std::printf("size          %lld bytes\n", static_cast<long long>(facts.size_bytes));
+  std::printf("dead space    %lld bytes (%lld%%)\n", static_cast<long long>(facts.dead_bytes),
+              static_cast<long long>(
+                  engine::container::BoundedPercent(facts.dead_bytes, facts.size_bytes)));
+  std::printf("created       %s\n", known(facts.created).c_str());
+  std::printf("last written  %s\n", known(facts.last_written).c_str());
   return kExitOk;
 }
 
@@ -107,13 +98,18 @@ int RunCatalog(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {"unsorted", "condensed"});
   args.RequireCount(1, SIZE_MAX, "varnock catalog FILE [PATTERN...] [--unsorted] [--condensed]");
   const std::vector<PathPattern> patterns = PatternsFrom(args, 1);
-  auto file = OpenDss(args.At(0), false);
-  const auto entries = MatchingRecords(*file, !args.Flag("unsorted"), patterns, {});
+  auto reader = OpenRecords(args.At(0));
+  std::vector<engine::container::CatalogItem> entries;
+  Check(args.Flag("unsorted") ? reader->file().Catalog(&entries)
+                              : reader->file().SortedCatalog(&entries),
+        kExitFile, "cannot read the catalog");
+  std::erase_if(entries,
+                [&](const auto& entry) { return !AnyMatches(patterns, entry.listed_path); });
   if (args.Flag("condensed")) {
     PrintCondensed(entries);
   } else {
     for (const auto& entry : entries)
-      std::printf("%-4s %s\n", TypeName(entry.type).c_str(), entry.path.c_str());
+      std::printf("%-4s %s\n", TypeName(entry.type).c_str(), entry.listed_path.c_str());
   }
   if (entries.empty() && !patterns.empty()) throw Failure(kExitNotFound, "no record matches");
   return kExitOk;

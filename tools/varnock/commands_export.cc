@@ -5,7 +5,7 @@
 // give one wide table: a time column and a column per series, a cell left empty where a series
 // has no value at that time. A paired-data record gives its ordinates and one column per curve.
 // Times are "YYYY-MM-DDTHH:MM:SS" (a day's 2400 written as 00:00 of the next day). Slots of
-// regular blocks that were never written are left out.
+// regular blocks that were never written are left out. Files of both versions are read.
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -19,6 +19,7 @@
 namespace varnock::cli {
 
 namespace dss7 = engine::dss7;
+namespace container = engine::container;
 namespace series = engine::series;
 namespace paired = engine::paired;
 
@@ -27,7 +28,7 @@ namespace {
 // The block records of one series, in date order.
 struct SeriesGroup {
   std::string name;  // pathname with an empty D part
-  std::vector<dss7::CatalogEntry> blocks;
+  std::vector<container::CatalogItem> blocks;
 };
 
 struct SeriesValues {
@@ -49,40 +50,28 @@ PathPattern SeriesPattern(const std::string& text) {
   return PathPattern(SeriesName(parts));
 }
 
-void ReadBlock(dss7::DssFile& file, const dss7::CatalogEntry& block, series::SeriesRead* read) {
-  series::SeriesStatus status;
-  if (block.type < 110) {
-    series::Instant start = 0;
-    int32_t count = 0;
-    status = series::RegularBlockWindow(block.path, &start, &count);
-    if (status.ok()) status = series::ReadRegular(file, block.path, start, count, read);
-  } else {
-    series::Instant first = 0, last = 0;
-    status = series::IrregularBlockWindow(block.path, &first, &last);
-    if (status.ok()) status = series::ReadIrregular(file, block.path, first, last, read);
-  }
-  if (!status.ok()) {
-    CheckListed(
-        status.code == series::SeriesCode::kNotFound ? dss7::Status::kNotFound : status.file,
-        "cannot read " + block.path);
-    throw Failure(kExitFile, "cannot read " + block.path + " (error " +
-                                 std::to_string(static_cast<int>(status.code)) + ")");
-  }
+void ReadBlock(container::RecordReader& reader, const container::CatalogItem& block,
+               series::SeriesRead* read) {
+  const dss7::Status status = reader.ReadSeriesBlock(block, read);
+  if (status == dss7::Status::kTypeMismatch)
+    throw Failure(kExitFile, "cannot read " + block.listed_path + " as a time series");
+  CheckListed(status, "cannot read " + block.listed_path);
 }
 
-SeriesValues ReadSeries(dss7::DssFile& file, const SeriesGroup& group, series::Instant first,
-                        series::Instant last) {
+SeriesValues ReadSeries(container::RecordReader& reader, const SeriesGroup& group,
+                        series::Instant first, series::Instant last) {
   SeriesValues out;
   out.name = group.name;
   for (const auto& block : group.blocks) {
     series::SeriesRead read;
-    ReadBlock(file, block, &read);
+    ReadBlock(reader, block, &read);
     out.doubles = out.doubles || block.type % 10 >= 5;
     out.has_quality = out.has_quality || read.quality_size > 0;
-    if (out.units.empty()) out.units = read.units;
-    if (out.type.empty()) out.type = read.type;
+    // DSS-6 hands its texts back blank-padded.
+    if (out.units.empty()) out.units = read.units.substr(0, read.units.find_last_not_of(' ') + 1);
+    if (out.type.empty()) out.type = read.type.substr(0, read.type.find_last_not_of(' ') + 1);
     for (size_t i = 0; i < read.values.size(); ++i) {
-      if (read.values[i] == series::kUndefinedDouble) continue;  // never written
+      if (read.values[i] == reader.NeverWritten()) continue;
       if (read.times[i] < first || read.times[i] > last) continue;
       out.times.push_back(read.times[i]);
       out.values.push_back(read.values[i]);
@@ -138,9 +127,10 @@ std::string WideCsv(const std::vector<SeriesValues>& all) {
   return out;
 }
 
-std::string PairedCsv(dss7::DssFile& file, const std::string& path) {
+std::string PairedCsv(container::RecordReader& reader, const container::CatalogItem& item) {
+  const std::string& path = item.listed_path;
   paired::PairedData data;
-  Check(paired::ReadPairedData(file, path, &data), kExitFile, "cannot read " + path);
+  Check(reader.ReadPaired(item, &data), kExitFile, "cannot read " + path);
   std::string out = "# varnock export\n# pathname " + path + "\n# units " +
                     CsvField(data.units_independent) + "," + CsvField(data.units_dependent) +
                     "\n# type " + CsvField(data.type_independent) + "," +
@@ -191,15 +181,19 @@ int RunExport(const std::vector<std::string>& raw) {
   std::error_code ignored;
   if (output && std::filesystem::is_directory(*output, ignored))
     throw Failure(kExitFile, *output + " is a directory");
-  auto file = OpenDss(args.At(0), false);
+  auto reader = OpenRecords(args.At(0));
+  std::vector<container::CatalogItem> entries;
+  Check(reader->file().SortedCatalog(&entries), kExitFile, "cannot read the catalog");
+  std::erase_if(entries,
+                [&](const auto& entry) { return !AnyMatches(patterns, entry.listed_path); });
 
   std::vector<SeriesGroup> groups;
-  std::vector<std::string> paired_paths;
+  std::vector<container::CatalogItem> paired_paths;
   std::map<std::string, size_t> group_of;
-  for (const auto& entry : MatchingRecords(*file, true, patterns, {})) {
+  for (const auto& entry : entries) {
     std::string parts[6];
-    if (IsPairedData(entry.type)) paired_paths.push_back(entry.path);
-    if (!IsTimeSeries(entry.type) || !SplitPath(entry.path, parts)) continue;
+    if (IsPairedData(entry.type)) paired_paths.push_back(entry);
+    if (!IsTimeSeries(entry.type) || !SplitPath(entry.listed_path, parts)) continue;
     auto [it, added] = group_of.try_emplace(SeriesName(parts), groups.size());
     if (added) groups.push_back({it->first, {}});
     groups[it->second].blocks.push_back(entry);
@@ -212,13 +206,13 @@ int RunExport(const std::vector<std::string>& raw) {
                                   " time series; export writes one paired-data record, or "
                                   "time series only");
   if (!paired_paths.empty()) {
-    WriteOutput(PairedCsv(*file, paired_paths.front()), output);
+    WriteOutput(PairedCsv(*reader, paired_paths.front()), output);
     return kExitOk;
   }
   std::vector<SeriesValues> all;
   Progress progress("exporting", static_cast<int64_t>(groups.size()));
   for (const auto& group : groups) {
-    all.push_back(ReadSeries(*file, group, first, last));
+    all.push_back(ReadSeries(*reader, group, first, last));
     progress.Advance(static_cast<int64_t>(all.size()));
   }
   progress.Done();

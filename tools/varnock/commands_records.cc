@@ -79,24 +79,34 @@ int RunCopy(const std::vector<std::string>& raw) {
   return kExitOk;
 }
 
+// The live records of a file of either version that any pattern matches, in file order.
+std::vector<engine::container::CatalogItem> MatchingItems(
+    engine::container::Container& file, const std::vector<PathPattern>& patterns) {
+  std::vector<engine::container::CatalogItem> items;
+  Check(file.Catalog(&items), kExitFile, "cannot read the catalog");
+  std::erase_if(items, [&](const auto& item) { return !AnyMatches(patterns, item.listed_path); });
+  return items;
+}
+
 int RunRename(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
   args.RequireCount(3, 3, "varnock rename FILE PATHNAME NEW-PATHNAME");
   const std::string old_path = TrimmedPath(args.At(1));
   const std::string new_path = RequirePathname(args.At(2), "new pathname");
-  auto file = OpenDss(args.At(0), true);
-  dss7::InfoBlock info;
-  const dss7::Status found = file->Lookup(old_path, &info);
+  auto reader = OpenRecords(args.At(0), true);
+  engine::container::Container& file = reader->file();
+  engine::container::RecordInfo info;
+  const dss7::Status found = file.Lookup(old_path, &info);
   if (found == dss7::Status::kNotFound) {
-    for (const auto& entry : MatchingRecords(*file, false, {}, {})) {
-      if (SameIgnoringCase(entry.path, old_path)) CheckListed(found, "cannot rename " + old_path);
+    for (const auto& item : MatchingItems(file, {})) {
+      if (SameIgnoringCase(item.path, old_path)) CheckListed(found, "cannot rename " + old_path);
     }
     throw Failure(kExitNotFound, "Pathname not found: " + old_path);
   }
   Check(found, kExitFailure, "cannot read " + old_path);
   RequireSameBlockParts(info.type, old_path, new_path);
-  Check(file->Rename(old_path, new_path), kExitFailure, "cannot rename " + old_path);
-  Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+  Check(file.Rename(old_path, new_path), kExitFailure, "cannot rename " + old_path);
+  Check(file.Close(), kExitWriteFailed, "cannot close " + args.At(0));
   return kExitOk;
 }
 
@@ -104,12 +114,13 @@ int RunDelete(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
   args.RequireCount(2, SIZE_MAX, "varnock delete FILE PATTERN...");
   const std::vector<PathPattern> patterns = PatternsFrom(args, 1);
-  auto file = OpenDss(args.At(0), true);
-  const auto records = MatchingRecords(*file, false, patterns, {});
+  auto reader = OpenRecords(args.At(0), true);
+  engine::container::Container& file = reader->file();
+  const auto records = MatchingItems(file, patterns);
   if (records.empty()) throw Failure(kExitNotFound, "no record matches");
   for (const auto& record : records)
-    CheckListed(file->Delete(record.path), "cannot delete " + record.path);
-  Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+    CheckListed(file.Delete(record.path), "cannot delete " + record.listed_path);
+  Check(file.Close(), kExitWriteFailed, "cannot close " + args.At(0));
   PrintCount("deleted", records.size());
   return kExitOk;
 }
@@ -118,19 +129,20 @@ int RunUndelete(const std::vector<std::string>& raw) {
   const Arguments args(raw, {}, {});
   args.RequireCount(2, SIZE_MAX, "varnock undelete FILE PATTERN...");
   const std::vector<PathPattern> patterns = PatternsFrom(args, 1);
-  auto file = OpenDss(args.At(0), true);
-  dss7::CatalogFilter deleted;
-  deleted.which = dss7::CatalogFilter::Which::kDeleted;
-  const auto records = MatchingRecords(*file, false, patterns, deleted);
+  auto reader = OpenRecords(args.At(0), true);
+  engine::container::Container& file = reader->file();
+  std::vector<engine::container::CatalogItem> records;
+  Check(file.DeletedCatalog(&records), kExitFile, "cannot read the catalog");
+  std::erase_if(records, [&](const auto& item) { return !AnyMatches(patterns, item.listed_path); });
   if (records.empty()) throw Failure(kExitNotFound, "no deleted record matches");
   size_t restored = 0;
   for (const auto& record : records) {
-    const dss7::Status status = file->Undelete(record.path);
+    const dss7::Status status = file.Undelete(record.path);
     if (status == dss7::Status::kExists) continue;  // a live record has taken the name
-    Check(status, kExitFailure, "cannot undelete " + record.path);
+    Check(status, kExitFailure, "cannot undelete " + record.listed_path);
     ++restored;
   }
-  Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+  Check(file.Close(), kExitWriteFailed, "cannot close " + args.At(0));
   PrintCount("undeleted", restored);
   return kExitOk;
 }

@@ -89,4 +89,27 @@ TEST(ExportTest, WindowTakesIsoAndHecTimes) {
   }
 }
 
+// A DSS-6 file exports as its DSS-7 twin does: the same window of values, the same units and
+// type, the same paired data; only the pathname's spelling differs.
+TEST(ExportTest, DssSixExportsLikeItsDssSevenTwin) {
+  VARNOCK_REQUIRE_FIXTURE(six, "fixture6.dss");
+  VARNOCK_REQUIRE_FIXTURE(seven, "fixture7.dss");
+  TempFolder folder;
+  const std::string window = " --csv --start 2021-01-15T01:00 --end 2021-01-15T09:00";
+  const std::string series = "'/FIXTURES/HOURLY/*//*/*/'";
+  const Outcome a = RunTool("export " + Quoted(six) + " " + series + window, folder);
+  const Outcome b = RunTool("export " + Quoted(seven) + " " + series + window, folder);
+  EXPECT_EQ(a.exit_code, 0) << a.err;
+  EXPECT_EQ(b.exit_code, 0) << b.err;
+  EXPECT_GT(CountLines(a.out), 8);
+  EXPECT_EQ(RowsFrom(a.out, "2021-"), RowsFrom(b.out, "2021-"));
+  EXPECT_NE(a.out.find("/FIXTURES/HOURLY/FLOW//1HOUR/F77-ZSRTS/"), std::string::npos);
+
+  const Outcome p6 = RunTool("export " + Quoted(six) + " '/*/*/ELEV-STORAGE/*/*/*/' --csv", folder);
+  const Outcome p7 =
+      RunTool("export " + Quoted(seven) + " '/*/*/ELEV-STORAGE/*/*/*/' --csv", folder);
+  EXPECT_EQ(p6.exit_code, 0) << p6.err;
+  EXPECT_EQ(RowsFrom(p6.out, "# units"), RowsFrom(p7.out, "# units"));
+}
+
 }  // namespace

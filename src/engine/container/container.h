@@ -50,18 +50,54 @@ struct RecordAreas {
   std::array<std::vector<int32_t>, kAreaCount> areas;
 };
 
+// What `varnock info` shows of a file, as its version keeps it.
+// Bytes of `words` words, saturated: header words of a damaged file may hold anything.
+inline int64_t SaturatedBytes(int64_t words, int64_t word_bytes) {
+  int64_t bytes = 0;
+  if (__builtin_mul_overflow(words, word_bytes, &bytes)) return words < 0 ? INT64_MIN : INT64_MAX;
+  return bytes;
+}
+
+// `part` as a whole percentage of `whole`, within 0..100 whatever the two hold.
+inline int64_t BoundedPercent(int64_t part, int64_t whole) {
+  if (whole <= 0 || part <= 0) return 0;
+  if (part >= whole) return 100;
+  return static_cast<int64_t>(static_cast<long double>(part) * 100.0L / whole);
+}
+
+struct FileFacts {
+  int64_t records = 0;
+  int64_t deleted = -1;  // -1 where the version does not count deleted records
+  int64_t size_bytes = 0;
+  int64_t dead_bytes = 0;
+  std::string created;       // the version's own text or an ISO time; empty when unknown
+  std::string last_written;  // likewise
+};
+
 class Container {
  public:
   virtual ~Container() = default;
   virtual int MajorVersion() const = 0;
   virtual std::string VersionText() const = 0;
+  virtual FileFacts Facts() const = 0;
   // Live records in the order the file's bins list them.
   virtual Status Catalog(std::vector<CatalogItem>* out) = 0;
   // Live records in HEC's sorted-catalog order.
   virtual Status SortedCatalog(std::vector<CatalogItem>* out) = 0;
+  // Deleted records that can still be restored, in file order.
+  virtual Status DeletedCatalog(std::vector<CatalogItem>* out) = 0;
   // kOk, kNotFound, or a damage / I/O status.
   virtual Status Lookup(std::string_view path, RecordInfo* out) = 0;
   virtual Status ReadRecord(std::string_view path, RecordAreas* out) = 0;
+  // Writes: kReadOnly on a file opened for reading; kNotFound when no live record has the path.
+  virtual bool read_only() const = 0;
+  virtual Status Delete(std::string_view path) = 0;
+  // kExists when a live record has taken the name.
+  virtual Status Undelete(std::string_view path) = 0;
+  // A live record under the new name is replaced.
+  virtual Status Rename(std::string_view old_path, std::string_view new_path) = 0;
+  // Finishes the writes and closes the file; later calls fail.
+  virtual Status Close() = 0;
 };
 
 }  // namespace varnock::engine::container

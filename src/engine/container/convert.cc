@@ -70,7 +70,8 @@ std::unique_ptr<RecordWriter> MakeDss7RecordWriter(dss7::DssFile& file) {
   return std::make_unique<Dss7RecordWriter>(file);
 }
 
-Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary) {
+Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary,
+                      const std::function<void(int64_t, int64_t)>& progress) {
   *summary = {};
   std::vector<CatalogItem> items;
   const Status s = source.file().Catalog(&items);
@@ -78,7 +79,10 @@ Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary
   const auto skip = [summary](const CatalogItem& c, const std::string& why) {
     summary->skipped.emplace_back(c.listed_path, why);
   };
+  const auto total = static_cast<int64_t>(items.size());
+  int64_t done = 0;
   for (const auto& c : items) {
+    if (progress) progress(done++, total);
     Status r = Status::kOk;
     if (IsSeries(c.type)) {
       series::SeriesRead block;
@@ -118,6 +122,7 @@ Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary
       skip(c, dss7::StatusText(r));
     }
   }
+  if (progress) progress(done, total);
   return Status::kOk;
 }
 

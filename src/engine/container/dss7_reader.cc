@@ -1,5 +1,6 @@
 // DSS-7 behind the version-neutral interfaces: an adapter over DssFile and the existing
 // series, paired-data and text readers.
+#include <ctime>
 #include <memory>
 
 #include "engine/container/record_reader.h"
@@ -8,6 +9,17 @@
 
 namespace varnock::engine::container {
 namespace {
+
+// Milliseconds since 1970 as "YYYY-MM-DDTHH:MM:SSZ"; empty when not set.
+std::string WallClockTime(int64_t milliseconds) {
+  if (milliseconds <= 0) return "";
+  const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return text;
+}
 
 RecordInfo ToRecordInfo(const dss7::InfoBlock& b) {
   RecordInfo r;
@@ -36,14 +48,42 @@ class Dss7Container final : public Container {
 
   int MajorVersion() const override { return 7; }
   std::string VersionText() const override { return file_->version().text; }
+  FileFacts Facts() const override {
+    const auto& header = file_->header();
+    FileFacts facts;
+    facts.records = header[dss7::hdr::kRecordCount];
+    facts.deleted = header[dss7::hdr::kDeleteCount];
+    facts.size_bytes = SaturatedBytes(header[dss7::hdr::kFileSize], dss7::kWordBytes);
+    facts.dead_bytes = SaturatedBytes(header[dss7::hdr::kDeadSpace], dss7::kWordBytes);
+    facts.created = WallClockTime(header[dss7::hdr::kCreateTime]);
+    facts.last_written = WallClockTime(header[dss7::hdr::kLastWriteTime]);
+    return facts;
+  }
   Status Catalog(std::vector<CatalogItem>* out) override { return List(false, out); }
   Status SortedCatalog(std::vector<CatalogItem>* out) override { return List(true, out); }
+  Status DeletedCatalog(std::vector<CatalogItem>* out) override {
+    dss7::CatalogFilter deleted;
+    deleted.which = dss7::CatalogFilter::Which::kDeleted;
+    std::vector<dss7::CatalogEntry> entries;
+    const Status s = file_->Catalog(&entries, deleted);
+    out->clear();
+    for (auto& e : entries)
+      out->push_back(ToItem(std::move(e)));
+    return s;
+  }
   Status Lookup(std::string_view path, RecordInfo* out) override {
     dss7::InfoBlock info;
     const Status s = file_->Lookup(path, &info);
     if (s == Status::kOk) *out = ToRecordInfo(info);
     return s;
   }
+  bool read_only() const override { return file_->read_only(); }
+  Status Delete(std::string_view path) override { return file_->Delete(path); }
+  Status Undelete(std::string_view path) override { return file_->Undelete(path); }
+  Status Rename(std::string_view old_path, std::string_view new_path) override {
+    return file_->Rename(old_path, new_path);
+  }
+  Status Close() override { return file_->Close(); }
   Status ReadRecord(std::string_view path, RecordAreas* out) override {
     dss7::Record r;
     const Status s = file_->ReadRecord(path, &r);
@@ -65,14 +105,6 @@ class Dss7Container final : public Container {
   std::unique_ptr<dss7::DssFile> file_;
 };
 
-Status FromSeries(const series::SeriesStatus& s) {
-  if (s.ok()) return Status::kOk;
-  if (s.code == series::SeriesCode::kFile) return s.file;
-  if (s.code == series::SeriesCode::kNotFound) return Status::kNotFound;
-  if (s.code == series::SeriesCode::kWrongType) return Status::kTypeMismatch;
-  return Status::kDamaged;
-}
-
 class Dss7RecordReader final : public RecordReader {
  public:
   explicit Dss7RecordReader(std::unique_ptr<dss7::DssFile> file) : file_(std::move(file)) {}
@@ -90,7 +122,7 @@ class Dss7RecordReader final : public RecordReader {
       status = series::RegularBlockWindow(item.path, &start, &count);
       if (status.ok()) status = series::ReadRegular(file_.dss(), item.path, start, count, out);
     }
-    return FromSeries(status);
+    return status.AsFileStatus();
   }
   Status ReadPaired(const CatalogItem& item, paired::PairedData* out) override {
     return paired::ReadPairedData(file_.dss(), item.path, out);
@@ -99,6 +131,7 @@ class Dss7RecordReader final : public RecordReader {
     return paired::ReadText(file_.dss(), item.path, out);
   }
   bool BlankAfterEmptySeriesText() const override { return false; }
+  double NeverWritten() const override { return series::kUndefinedDouble; }
 
  private:
   Dss7Container file_;

@@ -5,13 +5,11 @@
 #include "engine/container/record_reader.h"
 #include "engine/dates.h"
 #include "engine/paired/dump_lines.h"
+#include "engine/series/record_codec.h"
 
 namespace varnock::engine::container {
 namespace {
 
-bool IsSeries(int32_t type) {
-  return type == 100 || type == 105 || type == 110 || type == 115;
-}
 bool IsPaired(int32_t type) {
   return type >= 200 && type < 210;
 }
@@ -55,16 +53,13 @@ void SeriesLines(const series::SeriesRead& read, int32_t type, bool blank_when_e
   }
 }
 
-// A failed read prints HEC's "record not found" (-1), or our status negated.
-std::string ErrorLine(Status s) {
-  const int code = s == Status::kNotFound ? -1 : -static_cast<int>(s);
-  return "error " + std::to_string(code) + "\n";
-}
-
-std::string RecordLines(RecordReader& reader, const CatalogItem& item) {
+// The type-specific lines of one record; "unsupported" for kinds the dump does not render
+// (also a record whose reader finds another kind under its type, such as a pattern), and
+// "error <status>" (the file layer's status number) for one that cannot be read.
+std::string RecordLines(RecordReader& reader, const CatalogItem& item, size_t* failed) {
   std::string lines;
   Status s = Status::kOk;
-  if (IsSeries(item.type)) {
+  if (series::IsPlainSeriesType(item.type)) {
     series::SeriesRead read;
     s = reader.ReadSeriesBlock(item, &read);
     if (s == Status::kOk) SeriesLines(read, item.type, reader.BlankAfterEmptySeriesText(), &lines);
@@ -79,27 +74,43 @@ std::string RecordLines(RecordReader& reader, const CatalogItem& item) {
   } else {
     return "unsupported\n";
   }
-  return s == Status::kOk ? lines : ErrorLine(s);
+  if (s == Status::kOk) return lines;
+  if (s == Status::kTypeMismatch) return "unsupported\n";
+  ++*failed;
+  return "error " + std::to_string(static_cast<int32_t>(s)) + "\n";
 }
 
 }  // namespace
 
-Status RenderDump(RecordReader& reader, std::string* out) {
+Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string* out,
+                  DumpCounts* counts) {
   std::vector<CatalogItem> items;
   const Status s = reader.file().Catalog(&items);
   if (s != Status::kOk) return s;
+  if (options.select)
+    std::erase_if(items,
+                  [&](const CatalogItem& item) { return !options.select(item.listed_path); });
   std::sort(items.begin(), items.end(), [](const CatalogItem& a, const CatalogItem& b) {
     return a.listed_path < b.listed_path;
   });
+  *counts = DumpCounts{items.size(), 0};
   out->assign("DSSDUMP 1\nfile_version " + std::to_string(reader.file().MajorVersion()) +
               "\nrecord_count " + std::to_string(items.size()) + "\n");
+  const auto total = static_cast<int64_t>(items.size());
+  int64_t done = 0;
   for (const auto& item : items) {
     out->append("record " + item.listed_path + "\nrectype " + std::to_string(item.type) + "\n");
-    out->append(RecordLines(reader, item));
+    out->append(RecordLines(reader, item, &counts->failed));
     out->append("end\n");
+    if (options.progress) options.progress(++done, total);
   }
   out->append("END\n");
   return Status::kOk;
+}
+
+Status RenderDump(RecordReader& reader, std::string* out) {
+  DumpCounts counts;
+  return RenderDump(reader, {}, out, &counts);
 }
 
 }  // namespace varnock::engine::container

@@ -35,4 +35,30 @@ Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* 
   return OpenRecordReaderIO(std::move(io), out);
 }
 
+Status OpenRecordReaderForWrite(const std::string& path, const std::string& program,
+                                std::unique_ptr<RecordReader>* out) {
+  out->reset();
+  std::unique_ptr<dss7::PosixFileIO> io;
+  Status s = dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io);
+  if (s != Status::kOk) return s;
+  dss7::VersionInfo version;
+  s = dss7::DssFile::ProbeVersion(*io, &version);
+  io.reset();
+  if (s != Status::kOk) return s;
+  if (version.major == 6) {
+    dss6::Options6 options;
+    options.program = program;
+    std::unique_ptr<dss6::Dss6File> file;
+    s = dss6::Dss6File::Open(path, options, &file);
+    if (s == Status::kOk) *out = dss6::MakeRecordReader(std::move(file));
+    return s;
+  }
+  dss7::FileOptions options;
+  options.program = program;
+  std::unique_ptr<dss7::DssFile> file;
+  s = dss7::DssFile::Open(path, options, &file);
+  if (s == Status::kOk) *out = MakeDss7RecordReader(std::move(file));
+  return s;
+}
+
 }  // namespace varnock::engine::container

@@ -4,6 +4,7 @@
 #ifndef VARNOCK_ENGINE_CONTAINER_RECORD_READER_H_
 #define VARNOCK_ENGINE_CONTAINER_RECORD_READER_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,14 +27,38 @@ class RecordReader {
   // HEC's DSS-6 library hands an empty units or type text back as a field followed by a blank
   // in the canonical dump; DSS-7's as the bare field name.
   virtual bool BlankAfterEmptySeriesText() const = 0;
+  // The value a series read hands back for slots never written: DSS-6 -901, DSS-7 -FLT_MAX.
+  virtual double NeverWritten() const = 0;
 };
 
 // Opens an existing DSS file read-only, DSS-6 or DSS-7 by its version byte: kOk, or
 // kNotDssFile, kIncompatibleVersion (another major version), kInvalidHeader, an I/O status.
 Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* out);
+// The same for reading and writing (read-only when the file cannot be written); `program` is
+// what the file records as the writer of what it writes.
+Status OpenRecordReaderForWrite(const std::string& path, const std::string& program,
+                                std::unique_ptr<RecordReader>* out);
 Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out);
 
-// The canonical dump ("DSSDUMP 1") of every live record, in byte order of the listed names.
+// What a dump renders and whom it tells of its progress.
+struct DumpOptions {
+  // Takes a listed name; records it refuses are left out. Empty: every record.
+  std::function<bool(const std::string&)> select;
+  // Called after each record with the records done and the total.
+  std::function<void(int64_t, int64_t)> progress;
+};
+// What a dump covered: the records selected and those that could not be read.
+struct DumpCounts {
+  size_t matched = 0;
+  size_t failed = 0;
+};
+
+// The canonical dump ("DSSDUMP 1") of the selected live records, in byte order of the listed
+// names. A record that cannot be read prints "error <status>" and counts as failed; kinds the
+// dump does not render print "unsupported". Fails only when the catalog cannot be read.
+Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string* out,
+                  DumpCounts* counts);
+// Every live record.
 Status RenderDump(RecordReader& reader, std::string* out);
 
 }  // namespace varnock::engine::container

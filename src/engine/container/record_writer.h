@@ -4,6 +4,7 @@
 #define VARNOCK_ENGINE_CONTAINER_RECORD_WRITER_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -38,8 +39,10 @@ struct ConvertSummary {
 
 // Every live record of `source` into `target`: series blocks with missing values turned into
 // the target's marker, paired data and text as they are. Records that cannot be read or
-// written are listed in the summary; kOk unless the catalog itself cannot be read.
-Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary);
+// written are listed in the summary; kOk unless the catalog itself cannot be read. `progress`,
+// when given, hears the records done and the total after each record.
+Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary,
+                      const std::function<void(int64_t, int64_t)>& progress = {});
 
 }  // namespace varnock::engine::container
 

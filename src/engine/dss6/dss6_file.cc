@@ -141,6 +141,23 @@ std::string Dss6File::VersionText() const {
   return dss6::VersionText(header_);
 }
 
+container::FileFacts Dss6File::Facts() const {
+  container::FileFacts facts;
+  facts.records = header_[hdr::kRecordCount];
+  facts.size_bytes = container::SaturatedBytes(file_words_, kWordBytes);
+  facts.dead_bytes = container::SaturatedBytes(header_[hdr::kDeadSpace], kWordBytes);
+  const std::span<const int32_t> words(header_);
+  facts.created = LoadChars(words.subspan(hdr::kCreateDate, 2), 8);
+  facts.last_written = LoadChars(words.subspan(hdr::kLastWriteDate, 2), 8) + " " +
+                       LoadChars(words.subspan(hdr::kLastWriteTime, 2), 8);
+  for (std::string* text : {&facts.created, &facts.last_written}) {
+    while (!text->empty() && (text->back() == ' ' || text->back() == '\0'))
+      text->pop_back();
+    text->erase(std::remove(text->begin(), text->end(), '\0'), text->end());
+  }
+  return facts;
+}
+
 Status Dss6File::ReadWords(int64_t address, std::span<int32_t> out) {
   const auto n = static_cast<int64_t>(out.size());
   if (n == 0) return Status::kOk;
@@ -257,9 +274,19 @@ Status Dss6File::ReadRecord(std::string_view path, container::RecordAreas* out) 
 }
 
 Status Dss6File::Catalog(std::vector<container::CatalogItem>* out) {
+  return ListEntries(false, out);
+}
+
+Status Dss6File::DeletedCatalog(std::vector<container::CatalogItem>* out) {
+  return ListEntries(true, out);
+}
+
+// Live entries stop the walk once the header's record count is met; deleted ones are not
+// counted, so every bin is read.
+Status Dss6File::ListEntries(bool deleted, std::vector<container::CatalogItem>* out) {
   return NoThrow([&]() -> Status {
     out->clear();
-    const int64_t wanted = header_[hdr::kRecordCount];
+    const int64_t wanted = deleted ? INT64_MAX : header_[hdr::kRecordCount];
     const int64_t per_block = header_[hdr::kBinsPerBlock];
     // The first area of a stable file holds a bin for every hash code.
     int64_t in_block =
@@ -277,7 +304,9 @@ Status Dss6File::Catalog(std::vector<container::CatalogItem>* out) {
           const EntryScan scan = DecodeBinEntry(bin, at, &e);
           if (scan == EntryScan::kMalformed) return Status::kDamaged;
           if (scan != EntryScan::kEntry) break;
-          if (!entry_status::IsLive(e.status)) continue;
+          if (deleted ? entry_status::Base(e.status) != entry_status::kDeleted
+                      : !entry_status::IsLive(e.status))
+            continue;
           container::CatalogItem c;
           c.listed_path = ListedPath(e);
           c.path = std::move(e.path);

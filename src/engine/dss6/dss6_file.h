@@ -86,7 +86,7 @@ class Dss6File final : public container::Container {
   Dss6File& operator=(const Dss6File&) = delete;
 
   // A file whose header carries the dead-writer mark is read-only whatever was asked.
-  bool read_only() const { return read_only_; }
+  bool read_only() const override { return read_only_; }
   const HeaderWords& header() const { return header_; }
   int64_t file_words() const { return file_words_; }
 
@@ -102,12 +102,12 @@ class Dss6File final : public container::Container {
   // kNotFound when no live record has the path.
   Status Rewrite(std::string_view path, const RecordData6& data);
   Status Store(std::string_view path, const RecordData6& data);  // either
-  Status Delete(std::string_view path);
-  Status Undelete(std::string_view path);  // kExists if a live record has the path
+  Status Delete(std::string_view path) override;
+  Status Undelete(std::string_view path) override;  // kExists if a live record has the path
   // kInvalidArgument when the names are the same; a live record under the new name is deleted
   // first, as HEC does.
-  Status Rename(std::string_view old_path, std::string_view new_path);
-  Status Close();
+  Status Rename(std::string_view old_path, std::string_view new_path) override;
+  Status Close() override;
 
   // Copies every live record, in the order of their info blocks in this file, into the empty
   // file behind `target`, sized as HEC sizes a squeezed file and keeping the tag counter.
@@ -124,13 +124,16 @@ class Dss6File final : public container::Container {
   // Container.
   int MajorVersion() const override { return 6; }
   std::string VersionText() const override;
+  container::FileFacts Facts() const override;
   Status Catalog(std::vector<container::CatalogItem>* out) override;
   Status SortedCatalog(std::vector<container::CatalogItem>* out) override;
+  Status DeletedCatalog(std::vector<container::CatalogItem>* out) override;
   Status Lookup(std::string_view path, container::RecordInfo* out) override;
   Status ReadRecord(std::string_view path, container::RecordAreas* out) override;
 
  private:
   friend class Writer6;
+  Status ListEntries(bool deleted, std::vector<container::CatalogItem>* out);
   struct Chain;
   Dss6File(std::unique_ptr<dss7::FileIO> io, const Options6& options)
       : io_(std::move(io)), options_(options) {}

@@ -30,6 +30,7 @@ class Dss6RecordReader final : public container::RecordReader {
     return s == Status::kOk ? DecodeText(record_, out) : s;
   }
   bool BlankAfterEmptySeriesText() const override { return true; }
+  double NeverWritten() const override { return kMissing; }
 
  private:
   std::unique_ptr<Dss6File> file_;
