@@ -97,8 +97,10 @@ void FailEveryStep(const std::shared_ptr<MemoryFileIO::Storage>& base, const Wri
         completed = true;
       } else {
         ++g_fault_points;
-        EXPECT_NE(result, Status::kOk) << where;
       }
+      // A failed read may be retried and the operation still succeed (a copy reads the
+      // location record after its own writes): then all of its work must be there.
+      const bool succeeded = result == Status::kOk;
       file.reset();
       auto reopened = OpenMemory(storage, &s);
       ASSERT_EQ(s, Status::kOk) << where;
@@ -109,7 +111,7 @@ void FailEveryStep(const std::shared_ptr<MemoryFileIO::Storage>& base, const Wri
       const Snapshot now = TakeSnapshot(*reopened);
       for (const auto& path : paths) {
         const State state = StateOf(now, path);
-        EXPECT_TRUE(state == StateOf(before, path) || state == StateOf(after, path))
+        EXPECT_TRUE((!succeeded && state == StateOf(before, path)) || state == StateOf(after, path))
             << where << ": " << path << (state ? " torn" : " missing");
       }
       for (const auto& [path, areas] : now)
