@@ -49,6 +49,12 @@ class Writer6 {
                                     static_cast<size_t>(words));
   }
   bool InTail(int64_t address) const { return address >= tail_start_; }
+  // Whether `words` words from `address` lie in what this write has allocated: a damaged
+  // header can hand out a bin past the end of the file.
+  bool TailHolds(int64_t address, int64_t words) const {
+    return address >= tail_start_ && words >= 0 &&
+           address - tail_start_ + words <= static_cast<int64_t>(tail_.size());
+  }
 
   // HEC's bin hand-out: the next bin of the current block, or the first of a new block.
   int64_t TakeBin() {
@@ -385,6 +391,7 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
   // 1. data (a fresh bin in the tail gets its entry there; one already in the file before the
   // header hands it out), 2. header, 3. links, 4. retire.
   if (fresh && w.InTail(bin)) {
+    if (!w.TailHolds(bin, entry.Words())) return Status::kDamaged;
     std::copy(entry_words.begin(), entry_words.end(), w.TailAt(bin, entry.Words()).begin());
   }
   s = w.WriteData();
