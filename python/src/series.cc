@@ -56,6 +56,33 @@ std::string RangeText(py::object first, py::object last) {
   return py::cast<std::string>(py::str(first)) + " .. " + py::cast<std::string>(py::str(last));
 }
 
+// What both series kinds pickle alike: pathname parts, units, type, the missing-is-error flag
+// and the Python attributes set on the object.
+template <typename Series>
+py::dict CommonState(const py::object& self_object, Series& self) {
+  const auto& path = *self.Pathname();
+  py::dict state;
+  state["parts"] = py::make_tuple(path.Apart(), path.Bpart(), path.Cpart(), path.Dpart(),
+                                  path.Epart(), path.Fpart());
+  state["units"] = self.TsUnits();
+  state["type"] = self.TsType();
+  state["missing_is_error"] = self.MissingIsError();
+  state["dict"] = py::hasattr(self_object, "__dict__") ? self_object.attr("__dict__") : py::dict();
+  return state;
+}
+
+template <typename Series>
+void RestoreCommon(const py::dict& state, Series& series) {
+  auto parts = state["parts"].cast<std::vector<std::string>>();
+  if (parts.size() != 6) throw py::value_error("a pathname state has six parts");
+  std::string stored[6];
+  std::copy(parts.begin(), parts.end(), stored);
+  series.Pathname()->SetStoredParts(stored);
+  series.TsUnits(state["units"].cast<std::string>());
+  series.TsType(state["type"].cast<std::string>());
+  series.MissingIsError(state["missing_is_error"].cast<bool>());
+}
+
 }  // namespace
 
 void InitRegular(py::module_& m) {
@@ -160,35 +187,21 @@ void InitRegular(py::module_& m) {
       .def(py::pickle(
           [](py::object self_object) {
             auto& self = self_object.cast<RegularTimeSeries&>();
-            const auto& path = *self.Pathname();
-            py::dict state;
-            state["parts"] = py::make_tuple(path.Apart(), path.Bpart(), path.Cpart(), path.Dpart(),
-                                            path.Epart(), path.Fpart());
-            state["units"] = self.TsUnits();
-            state["type"] = self.TsType();
+            py::dict state = CommonState(self_object, self);
             state["starting"] = OrNone([&] { return self.Starting(); });
             state["window_start"] = OrNone([&] { return self.WindowStart(); });
             state["window_end"] = OrNone([&] { return self.WindowEnd(); });
             state["values"] = ValuesOf(self);
             state["plan"] = static_cast<int32_t>(self.Plan());
-            state["missing_is_error"] = self.MissingIsError();
             state["padding"] = static_cast<int32_t>(self.Padding());
             state["aggregation"] = static_cast<int32_t>(self.AggregationValue());
             state["interval_snap"] = self.IntervalSnap();
             state["user_window"] = self.UserWindow();
-            state["dict"] =
-                py::hasattr(self_object, "__dict__") ? self_object.attr("__dict__") : py::dict();
             return state;
           },
           [](const py::dict& state) {
             auto ts = std::make_shared<RegularTimeSeries>();
-            auto parts = state["parts"].cast<std::vector<std::string>>();
-            if (parts.size() != 6) throw py::value_error("a pathname state has six parts");
-            std::string stored[6];
-            std::copy(parts.begin(), parts.end(), stored);
-            ts->Pathname()->SetStoredParts(stored);
-            ts->TsUnits(state["units"].cast<std::string>());
-            ts->TsType(state["type"].cast<std::string>());
+            RestoreCommon(state, *ts);
             if (!state["starting"].is_none()) ts->Starting(state["starting"].cast<Date>());
             if (!state["window_start"].is_none())
               ts->WindowStart(state["window_start"].cast<Date>());
@@ -198,7 +211,6 @@ void InitRegular(py::module_& m) {
             for (int32_t i = 0; i < ts->ValueCount(); ++i)
               ts->Value(i, values.data()[i]);
             ts->Plan(static_cast<DSSPlans>(state["plan"].cast<int32_t>()));
-            ts->MissingIsError(state["missing_is_error"].cast<bool>());
             ts->Padding(static_cast<PadMethods>(state["padding"].cast<int32_t>()));
             ts->Aggregation(static_cast<AggregationTypes>(state["aggregation"].cast<int32_t>()));
             ts->IntervalSnap(state["interval_snap"].cast<bool>());
@@ -303,14 +315,8 @@ void InitIrregular(py::module_& m) {
       .def(py::pickle(
           [](py::object self_object) {
             auto& self = self_object.cast<IrregTimeSeries&>();
-            const auto& path = *self.Pathname();
-            py::dict state;
-            state["parts"] = py::make_tuple(path.Apart(), path.Bpart(), path.Cpart(), path.Dpart(),
-                                            path.Epart(), path.Fpart());
-            state["units"] = self.TsUnits();
-            state["type"] = self.TsType();
+            py::dict state = CommonState(self_object, self);
             state["merge"] = static_cast<int32_t>(self.MergeOption());
-            state["missing_is_error"] = self.MissingIsError();
             state["values"] = ValuesOf(self);
             state["times"] = TimesOf(self);
             py::list dates;
@@ -321,21 +327,12 @@ void InitIrregular(py::module_& m) {
             for (int32_t i = 0; i < self.ValueCount(); ++i)
               flags.mutable_data()[i] = self.Flag(i);
             state["flags"] = flags;
-            state["dict"] =
-                py::hasattr(self_object, "__dict__") ? self_object.attr("__dict__") : py::dict();
             return state;
           },
           [](const py::dict& state) {
             auto its = std::make_shared<IrregTimeSeries>();
-            auto parts = state["parts"].cast<std::vector<std::string>>();
-            if (parts.size() != 6) throw py::value_error("a pathname state has six parts");
-            std::string stored[6];
-            std::copy(parts.begin(), parts.end(), stored);
-            its->Pathname()->SetStoredParts(stored);
-            its->TsUnits(state["units"].cast<std::string>());
-            its->TsType(state["type"].cast<std::string>());
+            RestoreCommon(state, *its);
             its->MergeOption(static_cast<MergeOptions>(state["merge"].cast<int32_t>()));
-            its->MissingIsError(state["missing_is_error"].cast<bool>());
             const auto values = state["values"].cast<FloatArray>();
             const auto serials = state["serials"].cast<std::vector<double>>();
             const auto flags = state["flags"].cast<Int32Array>();
