@@ -26,6 +26,19 @@ struct Dss6File::Chain {
   std::vector<std::pair<int64_t, int64_t>> replaced;  // (entry address, info address)
 };
 
+// The info block's addresses and sizes of the four areas, in their fixed order.
+static void PointAtAreas(const int64_t (&at)[4], const std::span<const int32_t> (&areas)[4],
+                         InfoBlock* info) {
+  info->internal_header_address = static_cast<int32_t>(at[0]);
+  info->internal_header_words = static_cast<int32_t>(areas[0].size());
+  info->compression_header_address = static_cast<int32_t>(at[1]);
+  info->compression_header_words = static_cast<int32_t>(areas[1].size());
+  info->user_header_address = static_cast<int32_t>(at[2]);
+  info->user_header_words = static_cast<int32_t>(areas[2].size());
+  info->data_address = static_cast<int32_t>(at[3]);
+  info->data_words = static_cast<int32_t>(areas[3].size());
+}
+
 // One write operation's pending words, written in the order the class comment gives.
 class Writer6 {
  public:
@@ -367,14 +380,7 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
       std::copy(areas[a].begin(), areas[a].end(),
                 w.TailAt(at[a], static_cast<int64_t>(areas[a].size())).begin());
     }
-    info.internal_header_address = static_cast<int32_t>(at[0]);
-    info.internal_header_words = static_cast<int32_t>(areas[0].size());
-    info.compression_header_address = static_cast<int32_t>(at[1]);
-    info.compression_header_words = static_cast<int32_t>(areas[1].size());
-    info.user_header_address = static_cast<int32_t>(at[2]);
-    info.user_header_words = static_cast<int32_t>(areas[2].size());
-    info.data_address = static_cast<int32_t>(at[3]);
-    info.data_words = static_cast<int32_t>(areas[3].size());
+    PointAtAreas(at, areas, &info);
     Saturate(h, hdr::kRecordCount, 1);
   }
   if (w.too_large()) return Status::kInvalidArgument;
@@ -442,14 +448,7 @@ Status Dss6File::DoRewrite(const Found& f, const RecordData6& data) {
       place(at, areas[a]);
       at += static_cast<int64_t>(areas[a].size());
     }
-    info.internal_header_address = static_cast<int32_t>(where[0]);
-    info.internal_header_words = static_cast<int32_t>(areas[0].size());
-    info.compression_header_address = static_cast<int32_t>(where[1]);
-    info.compression_header_words = static_cast<int32_t>(areas[1].size());
-    info.user_header_address = static_cast<int32_t>(where[2]);
-    info.user_header_words = static_cast<int32_t>(areas[2].size());
-    info.data_address = static_cast<int32_t>(where[3]);
-    info.data_words = static_cast<int32_t>(areas[3].size());
+    PointAtAreas(where, areas, &info);
   };
   auto& h = header_;
   std::vector<int32_t> entry_words(static_cast<size_t>(entry.Words()), 0);
