@@ -19,6 +19,11 @@ echo "== sanitizer build (clang)"
 bash scripts/build.sh build-asan -DCMAKE_CXX_COMPILER=clang++ -DVARNOCK_SANITIZE=ON \
   -DVARNOCK_BENCH=OFF -DVARNOCK_PYTHON=OFF -DCMAKE_BUILD_TYPE= -DCMAKE_CXX_FLAGS=-O1
 
+# Tests read the shared reference files and must never write beside them.
+fixtures="$root/../shared/fixtures"
+fixture_state() { [ -d "$fixtures" ] && (cd "$fixtures" && ls -A | sort && md5sum -- *) || true; }
+fixtures_before="$(fixture_state)"
+
 echo "== sanitizer tests"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build-asan --output-on-failure -j "$(nproc)"
@@ -35,4 +40,9 @@ if [ -f scripts/test_python.sh ]; then
   site="$(sed -n 's/^VARNOCK_PYTHON_INSTALL_DIR:PATH=//p' build/CMakeCache.txt)"
   (cd / && PYTHONPATH="$stage$site" /usr/bin/python3 -c \
     "import varnock; varnock.CreateObject('Varnock23.DSSDatabase'); print('installed package imports')")
+fi
+
+if [ "$(fixture_state)" != "$fixtures_before" ]; then
+  echo "error: the tests changed or added files in $fixtures" >&2
+  exit 1
 fi
