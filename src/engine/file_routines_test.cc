@@ -74,13 +74,59 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
   EXPECT_EQ(std::filesystem::file_size(folder_.File("big.dss")), 1001u);
 }
 
-TEST_F(FileRoutinesTest, VersionSixFilesAreRefusedButTheirVersionIsKnown) {
-  for (const auto& [name, id] : {std::pair{"fixture6.dss", "6-YO"}, {"sample6.dss", "6-QE"}}) {
-    VARNOCK_REQUIRE_FIXTURE(source, name);
-    const std::string copy = folder_.CopyIn(source, name);
-    Table table;
-    EXPECT_EQ(table.Open(copy), -3);
-    EXPECT_EQ(Version(copy), std::make_pair(6, std::string(id)));
+TEST_F(FileRoutinesTest, VersionSixFilesOpenAndReportTheirVersion) {
+  const struct {
+    const char* name;
+    const char* id;
+    const char* number;
+    const char* records;
+  } cases[] = {{"fixture6.dss", "6-YO", "62515", "27"}, {"sample6.dss", "6-QE", "61705", nullptr}};
+  for (const auto& c : cases) {
+    VARNOCK_REQUIRE_FIXTURE(source, c.name);
+    const std::string copy = folder_.CopyIn(source, c.name);
+    const auto before = std::filesystem::last_write_time(copy);
+    {
+      Table table;
+      ASSERT_EQ(table.Open(copy), 0) << c.name;
+      EXPECT_EQ(table.words[0], kOpenTableMark);
+      EXPECT_EQ(table.records().file().MajorVersion(), 6);
+      EXPECT_EQ(table.Ask("FVER"), c.number);
+      if (c.records != nullptr) {
+        EXPECT_EQ(table.Ask("NREC"), c.records);
+      }
+      EXPECT_EQ(table.Ask("READ"), "0");
+      EXPECT_EQ(table.Ask("STAT"), "0");
+    }
+    EXPECT_EQ(Version(copy), std::make_pair(6, std::string(c.id)));
+    // Opening and inquiring write nothing.
+    EXPECT_EQ(std::filesystem::last_write_time(copy), before);
+  }
+}
+
+TEST_F(FileRoutinesTest, DssvMakesTheNextNewFileVersionSixOnly) {
+  const struct {
+    const char* keyword;
+    int32_t number;
+    int first, second;
+  } cases[] = {
+      {"DSSV", 6, 6, 7},  // one new file, then back to DSS-7
+      {"DSSV", 7, 7, 7},  // asking for the default
+      {"DSSV", 5, 7, 7},  // not a version we make: ignored
+      {"ALLV", 6, 6, 6},  // every new file
+  };
+  int n = 0;
+  for (const auto& c : cases) {
+    Set(c.keyword, "", c.number);
+    const std::string first = folder_.File("first" + std::to_string(n));
+    const std::string second = folder_.File("second" + std::to_string(n++));
+    for (const auto& [name, want] : {std::pair{first, c.first}, {second, c.second}}) {
+      Table table;
+      ASSERT_EQ(table.Open(name), 0);
+      EXPECT_EQ(table.records().file().MajorVersion(), want) << c.keyword << " " << c.number;
+    }
+    // Opening an existing file uses up nothing.
+    EXPECT_EQ(Version(first).first, c.first);
+    ResetOptions();
   }
 }
 

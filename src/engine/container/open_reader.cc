@@ -1,4 +1,5 @@
 // The version byte chooses the container and record layer.
+#include "engine/container/record_file.h"
 #include "engine/container/record_reader.h"
 #include "engine/dss6/reader.h"
 #include "engine/dss7/dss_file.h"
@@ -6,7 +7,85 @@
 
 namespace varnock::engine::container {
 
-std::unique_ptr<RecordReader> MakeDss7RecordReader(std::unique_ptr<dss7::DssFile> file);
+std::unique_ptr<RecordFile> MakeDss7RecordFile(std::unique_ptr<dss7::DssFile> file);
+
+namespace {
+
+// HEC's default DSS-6 size code (2048 hash codes).
+constexpr int kDss6DefaultSizeCode = 6;
+
+dss6::Options6 Dss6Options(const OpenOptions& options) {
+  dss6::Options6 o;
+  o.read_only = options.read_only;
+  if (!options.program.empty()) o.program = options.program;
+  return o;
+}
+
+dss7::FileOptions Dss7Options(const OpenOptions& options) {
+  dss7::FileOptions o;
+  o.read_only = options.read_only;
+  o.exclusive = options.exclusive;
+  if (!options.program.empty()) o.program = options.program;
+  return o;
+}
+
+// Someone holding a DSS-7 file's exclusive word keeps the file to itself.
+Status RefuseIfHeldExclusively(dss7::DssFile& file) {
+  bool held = false;
+  const int64_t lock_words = file.header()[dss7::hdr::kLockWordsAddress];
+  return file.io().TestWords(lock_words + 1, 1, &held) == Status::kOk && held
+             ? Status::kExclusiveLocked
+             : Status::kOk;
+}
+
+}  // namespace
+
+Status OpenRecordFileIO(std::unique_ptr<dss7::FileIO> io, const OpenOptions& options,
+                        std::unique_ptr<RecordFile>* out) {
+  out->reset();
+  if (!io) return Status::kInvalidArgument;
+  dss7::VersionInfo version;
+  Status s = dss7::DssFile::ProbeVersion(*io, &version);
+  if (s != Status::kOk) return s;
+  if (version.major == 6) {
+    std::unique_ptr<dss6::Dss6File> file;
+    s = dss6::Dss6File::OpenIO(std::move(io), Dss6Options(options), &file);
+    if (s == Status::kOk) *out = dss6::MakeRecordFile(std::move(file));
+    return s;
+  }
+  std::unique_ptr<dss7::DssFile> file;
+  s = dss7::DssFile::OpenIO(std::move(io), Dss7Options(options), &file);
+  if (s == Status::kOk && !options.exclusive) s = RefuseIfHeldExclusively(*file);
+  if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
+  return s;
+}
+
+Status OpenOrCreateRecordFileIO(std::unique_ptr<dss7::FileIO> io, int new_version,
+                                int64_t expected_paths, const OpenOptions& options,
+                                std::unique_ptr<RecordFile>* out, bool* created) {
+  out->reset();
+  *created = false;
+  if (!io) return Status::kInvalidArgument;
+  if (new_version == 6) {
+    int64_t size = 0;
+    Status s = io->SizeBytes(&size);
+    if (s != Status::kOk) return s;
+    if (size != 0) return OpenRecordFileIO(std::move(io), options, out);
+    std::unique_ptr<dss6::Dss6File> file;
+    s = dss6::Dss6File::CreateIO(std::move(io), kDss6DefaultSizeCode, Dss6Options(options), &file);
+    if (s != Status::kOk) return s;
+    *created = true;
+    *out = dss6::MakeRecordFile(std::move(file));
+    return s;
+  }
+  dss7::CreateOptions create;
+  create.expected_paths = expected_paths;
+  std::unique_ptr<dss7::DssFile> file;
+  const Status s =
+      dss7::DssFile::OpenOrCreateIO(std::move(io), create, Dss7Options(options), &file, created);
+  if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
+  return s;
+}
 
 Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out) {
   out->reset();
@@ -17,14 +96,14 @@ Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<Reco
   if (version.major == 6) {
     std::unique_ptr<dss6::Dss6File> file;
     s = dss6::Dss6File::OpenIO(std::move(io), &file);
-    if (s == Status::kOk) *out = dss6::MakeRecordReader(std::move(file));
+    if (s == Status::kOk) *out = dss6::MakeRecordFile(std::move(file));
     return s;
   }
   dss7::FileOptions options;
   options.read_only = true;
   std::unique_ptr<dss7::DssFile> file;
   s = dss7::DssFile::OpenIO(std::move(io), options, &file);
-  if (s == Status::kOk) *out = MakeDss7RecordReader(std::move(file));
+  if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
   return s;
 }
 
@@ -50,14 +129,14 @@ Status OpenRecordReaderForWrite(const std::string& path, const std::string& prog
     options.program = program;
     std::unique_ptr<dss6::Dss6File> file;
     s = dss6::Dss6File::Open(path, options, &file);
-    if (s == Status::kOk) *out = dss6::MakeRecordReader(std::move(file));
+    if (s == Status::kOk) *out = dss6::MakeRecordFile(std::move(file));
     return s;
   }
   dss7::FileOptions options;
   options.program = program;
   std::unique_ptr<dss7::DssFile> file;
   s = dss7::DssFile::Open(path, options, &file);
-  if (s == Status::kOk) *out = MakeDss7RecordReader(std::move(file));
+  if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
   return s;
 }
 

@@ -90,6 +90,8 @@ class Dss6File final : public container::Container {
   const HeaderWords& header() const { return header_; }
   int64_t file_words() const { return file_words_; }
 
+  // Reads the header again, to see what other tables or processes wrote.
+  Status Refresh() { return in_write_ ? Status::kOk : LoadHeader(); }
   // Words at 1-based `address`; kDamaged when any of them lies outside the file.
   Status ReadWords(int64_t address, std::span<int32_t> out);
   Status ReadInfoAt(int64_t address, InfoBlock* out);
@@ -175,6 +177,10 @@ class Dss6File final : public container::Container {
 // replaces it. kExclusiveLocked when another process has the file open; on any failure the
 // original stays as it was.
 Status SqueezeFile(const std::string& path, const Options6& options = {});
+
+// Milliseconds since 1970 of HEC's local "DDMMMYY" date and "HH:MM:SS" time; 0 when the date
+// is not one. Two-digit years are 2000 to 2069, else 1900s.
+int64_t StampMillis(std::string_view date, std::string_view time);
 
 // The path a record is stored under: normalised, with a pseudo-regular "~" E part turned into
 // the IR- block part its interval picks.
