@@ -5,6 +5,7 @@
 #include "engine/dss6/records.h"
 #include "engine/dss6/store.h"
 #include "engine/dss6/window.h"
+#include "engine/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {
@@ -188,7 +189,7 @@ class Dss6RecordFile final : public container::RecordFile {
   series::SeriesStatus StoreRegular(const series::RegularStore& request) override {
     RegularStore6 r;
     FillStore(request, &r);
-    r.path = request.path;
+    r.path = TrimTrailingBlanks(request.path);
     r.start = ToMinutes(request.start);
     r.plan = request.plan;
     return StoreFailure(dss6::StoreRegular(*file_, r));
@@ -211,7 +212,7 @@ class Dss6RecordFile final : public container::RecordFile {
       minutes[i] = ToMinutes(request.times[i]);
     IrregularStore6 r;
     FillStore(request, &r);
-    r.path = request.path;
+    r.path = TrimTrailingBlanks(request.path);
     r.times = minutes;
     r.replace = request.replace;
     return StoreFailure(dss6::StoreIrregular(*file_, r));

@@ -8,6 +8,7 @@
 #include "engine/dss6/records.h"
 #include "engine/dss6/slots.h"
 #include "engine/dss7/hash.h"
+#include "engine/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {
@@ -45,6 +46,7 @@ void NoteLastBlock(const container::RecordAreas& record, const series::SeriesRea
 SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes start, int64_t count,
                                series::SeriesRead* out) {
   *out = {};
+  path = TrimTrailingBlanks(path);
   std::array<std::string_view, 6> parts;
   if (!dss7::SplitParts(path, &parts)) return {SeriesCode::kBadPath};
   const Interval6* iv = FindRegular(parts[4]);
@@ -123,6 +125,7 @@ SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes st
 SeriesStatus ReadIrregularWindow(Dss6File& file, std::string_view path, Minutes first, Minutes last,
                                  series::SeriesRead* out) {
   *out = {};
+  path = TrimTrailingBlanks(path);
   std::array<std::string_view, 6> parts;
   if (!dss7::SplitParts(path, &parts)) return {SeriesCode::kBadPath};
   Block kind{};
