@@ -66,10 +66,16 @@ Status OpenOrCreateRecordFileIO(std::unique_ptr<dss7::FileIO> io, int new_versio
   out->reset();
   *created = false;
   if (!io) return Status::kInvalidArgument;
+  int64_t size = 0;
+  Status s = io->SizeBytes(&size);
+  if (s != Status::kOk) return s;
+  dss7::VersionInfo version;
+  // An existing file keeps its version; only an empty one is made anew.
+  if (size != 0 && dss7::DssFile::ProbeVersion(*io, &version) == Status::kOk &&
+      version.major == 6) {
+    return OpenRecordFileIO(std::move(io), options, out);
+  }
   if (new_version == 6) {
-    int64_t size = 0;
-    Status s = io->SizeBytes(&size);
-    if (s != Status::kOk) return s;
     if (size != 0) return OpenRecordFileIO(std::move(io), options, out);
     std::unique_ptr<dss6::Dss6File> file;
     s = dss6::Dss6File::CreateIO(std::move(io), kDss6DefaultSizeCode, Dss6Options(options), &file);
@@ -81,8 +87,7 @@ Status OpenOrCreateRecordFileIO(std::unique_ptr<dss7::FileIO> io, int new_versio
   dss7::CreateOptions create;
   create.expected_paths = expected_paths;
   std::unique_ptr<dss7::DssFile> file;
-  const Status s =
-      dss7::DssFile::OpenOrCreateIO(std::move(io), create, Dss7Options(options), &file, created);
+  s = dss7::DssFile::OpenOrCreateIO(std::move(io), create, Dss7Options(options), &file, created);
   if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
   return s;
 }
@@ -105,6 +110,27 @@ Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<Reco
   s = dss7::DssFile::OpenIO(std::move(io), options, &file);
   if (s == Status::kOk) *out = MakeDss7RecordFile(std::move(file));
   return s;
+}
+
+Status OpenRecordFile(const std::string& path, const OpenOptions& options,
+                      std::unique_ptr<RecordFile>* out) {
+  out->reset();
+  std::unique_ptr<dss7::PosixFileIO> io;
+  const auto mode = options.read_only ? dss7::PosixFileIO::Mode::kReadOnly
+                                      : dss7::PosixFileIO::Mode::kReadWriteOrReadOnly;
+  const Status s = dss7::PosixFileIO::Open(path, mode, &io);
+  if (s != Status::kOk) return s;
+  return OpenRecordFileIO(std::move(io), options, out);
+}
+
+Status OpenOrCreateRecordFile(const std::string& path, int new_version, const OpenOptions& options,
+                              std::unique_ptr<RecordFile>* out, bool* created) {
+  out->reset();
+  *created = false;
+  std::unique_ptr<dss7::PosixFileIO> io;
+  const Status s = dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kCreate, &io);
+  if (s != Status::kOk) return s;
+  return OpenOrCreateRecordFileIO(std::move(io), new_version, 0, options, out, created);
 }
 
 Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* out) {

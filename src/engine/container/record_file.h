@@ -70,6 +70,13 @@ Status OpenOrCreateRecordFileIO(std::unique_ptr<dss7::FileIO> io, int new_versio
                                 int64_t expected_paths, const OpenOptions& options,
                                 std::unique_ptr<RecordFile>* out, bool* created);
 
+// The same at a path: an existing file (kOpenFailed when it cannot be opened) ...
+Status OpenRecordFile(const std::string& path, const OpenOptions& options,
+                      std::unique_ptr<RecordFile>* out);
+// ... or one made when missing or empty, as OpenOrCreateRecordFileIO makes it.
+Status OpenOrCreateRecordFile(const std::string& path, int new_version, const OpenOptions& options,
+                              std::unique_ptr<RecordFile>* out, bool* created);
+
 // The DSS-7 file layer under a record file, or null when the file is of another version (for
 // tests that write records straight through the file layer).
 dss7::DssFile* Dss7FileOf(RecordFile& file);
