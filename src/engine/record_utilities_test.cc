@@ -226,6 +226,74 @@ TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {
   EXPECT_EQ(fixture.Ask("DELE"), "1");
 }
 
+// ZRRTS of `n` hourly values from 01JAN2021 01:00; the status goes into *status.
+std::vector<float> Hourly(Table& table, const std::string& path, int32_t n, int32_t* status) {
+  std::vector<float> values(static_cast<std::size_t>(n));
+  char units[8], type[8];
+  int32_t offset = 0;
+  ZRRTS_(table.data(), path.data(), static_cast<int32_t>(path.size()), "01JAN2021", 9, "0100", 4,
+         &n, values.data(), units, 8, type, 8, &offset, status);
+  values.resize(static_cast<std::size_t>(std::max(n, 0)));
+  return values;
+}
+
+// The utilities on HEC's DSS-6 file, and copies from it into a DSS-7 file and back: the
+// values read through ZRRTS stay the same every way.
+TEST_F(RecordUtilitiesTest, UtilitiesOnTheVersionSixReferenceFile) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture6.dss");
+  Table fixture;
+  ASSERT_EQ(fixture.Open(folder_.CopyIn(source, "fixture6.dss")), 0);
+  const std::string hourly = "/FIXTURES/HOURLY/FLOW/01JAN2021/1HOUR/F77-ZSRTS/";
+  const std::pair<std::string, const char*> kinds[] = {
+      {hourly, "RTS"},
+      {"/FIXTURES/HOURLY/ELEV/01JUL2021/6HOUR/C-DOUBLE/", "RTD"},
+      {"/FIXTURES/NOTES/README///C-ZTEXTSTORE/", "TXT"},
+      {"/FIXTURES/RESERVOIR/ELEV-AREA///C-ZPDSTORE/", "PDD"},
+      {"/fixtures/reservoir/elev-storage///f77-zspd/", "PD "},
+      {"/FIXTURES/GAGE/FLOW/01Jun2021/IR-Day/F77-ZSITS/", "ITS"},
+      {"/FIXTURES/GAGE/FLOW/01JUL2021/IR-DAY/ABSENT/", "ITS"}};
+  for (const auto& [path, code] : kinds) {
+    const TypeAnswer a = DataType(fixture, path);
+    EXPECT_EQ(a.code, code) << path;
+    EXPECT_EQ(a.found != 0, std::string(path).find("ABSENT") == std::string::npos) << path;
+  }
+  int32_t status = -1;
+  const std::vector<float> original = Hourly(fixture, hourly, 48, &status);
+  ASSERT_LE(status, 4);
+
+  const TypeAnswer stored = DataType(fixture, hourly);
+  const std::string moved = "/FIXTURES/HOURLY/FLOW/01JAN2021/1HOUR/MOVED/";
+  const auto length = static_cast<int32_t>(moved.size());
+  EXPECT_TRUE(Rename(fixture, hourly, static_cast<int32_t>(hourly.size()), moved, length));
+  EXPECT_EQ(DataType(fixture, moved), stored);
+  EXPECT_TRUE(Delete(fixture, moved));
+  EXPECT_FALSE(Delete(fixture, moved));
+  EXPECT_EQ(Undelete(fixture, moved, length), 0);
+  EXPECT_EQ(Undelete(fixture, moved, length), 2);
+  EXPECT_EQ(Undelete(fixture, "/FIXTURES/NO/SUCH///RECORD/", 27), 1);
+
+  // Within the DSS-6 file the record travels whole; into DSS-7 and back it is converted.
+  const std::string same = "/X/Y/FLOW/01JAN2021/1HOUR/SAME/";
+  const std::string back = "/X/Y/FLOW/01JAN2021/1HOUR/BACK/";
+  EXPECT_EQ(Copy(fixture, fixture, moved, same), 0);
+  EXPECT_EQ(DataType(fixture, same), stored);
+  EXPECT_EQ(Copy(fixture, table_, moved, hourly), 0);
+  EXPECT_EQ(DataType(table_, hourly).type, 100);
+  EXPECT_EQ(Copy(table_, fixture, hourly, back), 0);
+  EXPECT_EQ(DataType(fixture, back).type, 100);
+  for (auto [table, path] : {std::pair{&fixture, same}, {&table_, hourly}, {&fixture, back}}) {
+    EXPECT_EQ(Hourly(*table, path, 48, &status), original) << path;
+    EXPECT_LE(status, 4);
+  }
+  // Every other kind crosses as well (the hourly record was renamed away above).
+  for (const auto& [path, code] : kinds) {
+    if (path == hourly || path.find("ABSENT") != std::string::npos) continue;
+    EXPECT_EQ(Copy(fixture, table_, path, path), 0) << path;
+    EXPECT_EQ(DataType(table_, path).code, code) << path;
+  }
+  EXPECT_EQ(fixture.Ask("STAT"), "0");
+}
+
 TEST_F(RecordUtilitiesTest, NamesAsTheHeclib6CatalogListsThemFindTheirRecords) {
   // The catalog lists "15Minute" and "1Month" as "15MIN" and "1MON"; each utility takes them.
   const std::string quarter = "/A/B/FLOW/01Jan2020/15Minute/F/";
