@@ -207,6 +207,35 @@ TEST_F(FileRoutinesTest, TwoTablesOnOneFileSeeEachOthersWrites) {
   EXPECT_EQ(a.Ask("DELE"), "1");
 }
 
+// The same on a new DSS-6 file, written through its record writer; and what its inquiries say.
+TEST_F(FileRoutinesTest, TwoTablesOnOneVersionSixFileSeeEachOthersWrites) {
+  Set("DSSV", "", 6);
+  Table a, b;
+  ASSERT_EQ(a.Open(folder_.File("two6")), 0);
+  ASSERT_EQ(b.Open(folder_.File("two6")), 0);
+  EXPECT_EQ(b.Ask("NREC"), "0");
+  paired::TextData text;
+  text.text = "one";
+  ASSERT_EQ(a.records().writer().StoreText("/A/B/C///ONE/", text), dss7::Status::kOk);
+  EXPECT_EQ(b.Ask("NREC"), "1");
+  int32_t words = 0, found = 0, type = 0;
+  char code[3];
+  ZDTYPE_(b.data(), "/a/b/c///one/", 13, &words, &found, code, 3, &type);
+  EXPECT_TRUE(found != 0 && type == 300 && words == 1);
+  ZDELET_(b.data(), "/A/B/C///ONE/", 13, nullptr, &found);
+  EXPECT_EQ(a.Ask("NREC"), "0");
+  EXPECT_EQ(a.Ask("DELE"), "1");
+  // HEC's default DSS-6 layout: a dynamic table of 2048 hash codes, 4-byte words.
+  const std::pair<const char*, std::string> answers[] = {
+      {"FVER", "62515"}, {"TABL", "1"},
+      {"HSIZ", "2048"},  {"READ", "0"},
+      {"STAT", "0"},     {"SIZE", std::to_string((std::stoll(a.Ask("FSIZ")) * 4 + 1023) / 1024)},
+  };
+  for (const auto& [keyword, answer] : answers)
+    EXPECT_EQ(a.Ask(keyword), answer) << keyword;
+  EXPECT_EQ(a.Ask("FDAT").size(), 7u);
+}
+
 TEST_F(FileRoutinesTest, FileInquiries) {
   const std::string name = folder_.File(std::string(80, 'n'));
   Table table;
