@@ -98,7 +98,20 @@ TEST_F(FileRoutinesTest, VersionSixFilesOpenAndReportTheirVersion) {
       EXPECT_EQ(table.Ask("STAT"), "0");
     }
     EXPECT_EQ(Version(copy), std::make_pair(6, std::string(c.id)));
-    // Opening and inquiring write nothing.
+    // Opened for reading only, a write is refused and recorded in the status word.
+    Set("READ", "ON");
+    Table reader;
+    ASSERT_EQ(reader.Open(copy), 0);
+    EXPECT_EQ(reader.Ask("READ"), "1");
+    std::vector<container::CatalogItem> items;
+    ASSERT_EQ(reader.records().file().Catalog(&items), dss7::Status::kOk);
+    ASSERT_FALSE(items.empty());
+    const std::string& first = items.front().path;
+    int32_t found = 1;
+    ZDELET_(reader.data(), first.data(), static_cast<int32_t>(first.size()), nullptr, &found);
+    EXPECT_EQ(found, 0);
+    EXPECT_EQ(reader.Ask("STAT"), "130");
+    // Opening, inquiring and a refused write change nothing.
     EXPECT_EQ(std::filesystem::last_write_time(copy), before);
   }
 }
