@@ -185,12 +185,15 @@ TEST_F(FileRoutinesTest, ReadOptionIsOneShotAndKeepsTheFileUnchanged) {
   EXPECT_EQ(reader.Ask("NREC"), "1");
 }
 
-TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
-  const std::string name = folder_.File("shared");
+// EXCL keeps others out while the owner has the file; WLOC (one-shot) is refused while others
+// have it open. `version` is that of the file the first open makes.
+void ExpectExclusiveOpensKeepOthersOut(const std::string& name, int version) {
+  Set("DSSV", "", version);
   {
     Set("EXCL", "ON");
     Table owner;
     ASSERT_EQ(owner.Open(name), 0);
+    EXPECT_EQ(owner.records().file().MajorVersion(), version);
     EXPECT_EQ(owner.Ask("MULT"), "0");
     Table other;
     EXPECT_EQ(other.Open(name), -5);
@@ -201,6 +204,13 @@ TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
   EXPECT_EQ(second.Open(name), -5);  // others have it open
   EXPECT_EQ(second.Open(name), 0);   // WLOC was one-shot
   EXPECT_EQ(first.Ask("MULT"), "2");
+}
+
+TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
+  for (int version : {7, 6}) {
+    SCOPED_TRACE(version);
+    ExpectExclusiveOpensKeepOthersOut(folder_.File("shared" + std::to_string(version)), version);
+  }
 }
 
 TEST_F(FileRoutinesTest, TwoTablesOnOneFileSeeEachOthersWrites) {

@@ -17,6 +17,7 @@ constexpr int kDss6DefaultSizeCode = 6;
 dss6::Options6 Dss6Options(const OpenOptions& options) {
   dss6::Options6 o;
   o.read_only = options.read_only;
+  o.exclusive = options.exclusive;
   if (!options.program.empty()) o.program = options.program;
   return o;
 }

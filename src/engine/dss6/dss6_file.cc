@@ -121,6 +121,8 @@ Status Dss6File::OpenIO(std::unique_ptr<dss7::FileIO> io, const Options6& option
     if (s != Status::kOk) return s;
     file->read_only_ = options.read_only || file->io_->ReadOnly() || file->crashed_writer_;
     file->TakeReadSlot();
+    const Status claimed = file->ClaimExclusivity();
+    if (claimed != Status::kOk) return claimed;
     *out = std::move(file);
     return Status::kOk;
   });

@@ -45,6 +45,9 @@ struct Options6 {
   std::string program = "Varnoc";  // 6 characters go into each info block
   int lock_attempts = 100;         // tries for the write lock ...
   int lock_wait_ms = 50;           // ... this far apart
+  // Hold the file alone while open (HECLIB's EXCL): the open fails with kExclusiveLocked while
+  // another process has it open. Any open fails so while another holds it alone.
+  bool exclusive = false;
 };
 
 // What a writer supplies for one record. Spans must stay valid during the call.
@@ -157,6 +160,7 @@ class Dss6File final : public container::Container {
   void Stamp(InfoBlock* info) const;
   int64_t LockRecordByte() const;
   void TakeReadSlot();
+  Status ClaimExclusivity();
   Status ReadBin(int64_t address, std::span<int32_t> out);
   Status ReadArea(int64_t address, int64_t words, std::vector<int32_t>* out);
 
@@ -170,6 +174,7 @@ class Dss6File final : public container::Container {
   bool in_write_ = false;
   bool wrote_this_session_ = false;
   int read_slot_ = -1;
+  bool exclusive_ = false;  // we hold the exclusive lock byte
   std::vector<std::byte> scratch_;
 };
 
