@@ -50,7 +50,13 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
   WriteBytes(folder_.File("empty.dss"), 0);
   std::filesystem::create_directory(folder_.File("dir.dss"));
   ASSERT_EQ(mkfifo(folder_.File("pipe.dss").c_str(), 0600), 0);
+  // A version 5 file: "ZDSS", then the old "xx-n" identifier at byte 16.
+  std::string old(2048, '\0');
+  old.replace(0, 4, "ZDSS");
+  old.replace(16, 4, "LA-5");
+  std::ofstream(folder_.File("five.dss"), std::ios::binary) << old;
   const std::pair<std::string, int32_t> cases[] = {{folder_.File("new"), 0},
+                                                   {folder_.File("five.dss"), -3},
                                                    {folder_.File("empty.dss"), 0},
                                                    {folder_.File("small.dss"), -6},
                                                    {folder_.File("big.dss"), -6},
