@@ -78,9 +78,21 @@ Status OpenOrCreateRecordFileIO(std::unique_ptr<dss7::FileIO> io, int new_versio
   }
   if (new_version == 6) {
     if (size != 0) return OpenRecordFileIO(std::move(io), options, out);
+    if (io->ReadOnly() || options.read_only) return Status::kReadOnly;
+    // Empty, or being made by another process right now: decide under the lock that DSS-7
+    // creators take too, so that of several processes exactly one creates the file.
+    if ((s = dss7::DssFile::LockForCreate(*io, Dss7Options(options))) != Status::kOk) return s;
+    dss7::FileIO& locked = *io;
+    if ((s = io->SizeBytes(&size)) != Status::kOk) return s;
+    if (size != 0) {
+      (void)locked.UnlockWords(dss7::create::kLockWordsAddress, 1);
+      return OpenRecordFileIO(std::move(io), options, out);
+    }
     std::unique_ptr<dss6::Dss6File> file;
     s = dss6::Dss6File::CreateIO(std::move(io), kDss6DefaultSizeCode, Dss6Options(options), &file);
+    // A failed create has closed the file, and so released the lock.
     if (s != Status::kOk) return s;
+    (void)locked.UnlockWords(dss7::create::kLockWordsAddress, 1);
     *created = true;
     *out = dss6::MakeRecordFile(std::move(file));
     return s;

@@ -54,13 +54,14 @@ class RecordFile : public RecordReader, public series::SeriesFile {
                             std::string_view target_path) = 0;
 };
 
-// Opens an existing file of either version for the routines (read-only when it cannot be
-// written or `read_only`); the same statuses as OpenRecordReaderIO, and kExclusiveLocked.
 struct OpenOptions {
   bool read_only = false;
-  bool exclusive = false;
-  std::string program;
+  bool exclusive = false;  // hold the file alone while it is open
+  std::string program;     // what the file records as the writer; empty: the file's default
 };
+
+// Opens an existing file of either version for the routines (read-only when it cannot be
+// written or `read_only`); the same statuses as OpenRecordReaderIO, and kExclusiveLocked.
 Status OpenRecordFileIO(std::unique_ptr<dss7::FileIO> io, const OpenOptions& options,
                         std::unique_ptr<RecordFile>* out);
 // Opens the file behind `io`, or makes a new one when it is empty: DSS-6 when `new_version` is
