@@ -74,6 +74,35 @@ TEST(WindowTest, RegularWindowsAcrossBlocksGiveHeclibsStatuses) {
   }
 }
 
+// ZSRTS's plans over stored values, the same on both versions: 0 and 2 replace every slot,
+// 1 fills only missing slots, 4 lets no missing value overwrite.
+TEST(WindowTest, StorePlansMergeSlotByValueOnBothVersions) {
+  const char* path = "/A/B/FLOW//1DAY/F/";
+  const float m = kClassicMissing;
+  const std::vector<float> stored = {1, m, 3, 4};
+  const std::vector<float> incoming = {10, 20, m, m};
+  const std::pair<int32_t, std::vector<float>> plans[] = {
+      {0, {10, 20, m, m}}, {1, {1, 20, 3, 4}}, {2, {10, 20, m, m}}, {4, {10, 20, 3, 4}}};
+  for (int version : {6, 7}) {
+    for (const auto& [plan, after] : plans) {
+      SCOPED_TRACE("DSS-" + std::to_string(version) + " plan " + std::to_string(plan));
+      auto file = NewFile(version);
+      for (const auto& [values, p] : {std::pair{stored, 0}, {incoming, plan}}) {
+        ASSERT_EQ(series::ClassicStoreRegular(*file, path, "01MAR2021", "2400", 4, values.data(),
+                                              "CFS", "INST-VAL", p),
+                  0);
+      }
+      std::vector<float> got(4);
+      char units[8], type[8];
+      int32_t n = 4, offset = 0;
+      EXPECT_LE(series::ClassicReadRegular(*file, path, "01MAR2021", "2400", &n, got.data(), units,
+                                           type, &offset),
+                1);
+      EXPECT_EQ(got, after);
+    }
+  }
+}
+
 // ZRITS on both versions: windows inclusive at both ends, across day blocks.
 TEST(WindowTest, IrregularWindowsAcrossBlocksGiveHeclibsStatuses) {
   const char* path = "/A/B/STAGE//IR-DAY/F/";
