@@ -160,6 +160,8 @@ TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
   ASSERT_EQ(WriteRecord(table_, "/A/B/C///SRC/", 300, 4), dss7::Status::kOk);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///DUP/"), 0);
   EXPECT_EQ(DataType(table_, "/A/B/C///DUP/"), (TypeAnswer{1, 4, 300, "TXT"}));
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///DUP/", "/A/B/C///DUP/"), 0);  // onto itself
+  EXPECT_EQ(DataType(table_, "/A/B/C///DUP/"), (TypeAnswer{1, 4, 300, "TXT"}));
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///ABSENT/", "/A/B/C///X/"), 1);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 0, 10), -1);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 10, -3), -1);
@@ -276,6 +278,8 @@ TEST_F(RecordUtilitiesTest, UtilitiesOnTheVersionSixReferenceFile) {
   const std::string same = "/X/Y/FLOW/01JAN2021/1HOUR/SAME/";
   const std::string back = "/X/Y/FLOW/01JAN2021/1HOUR/BACK/";
   EXPECT_EQ(Copy(fixture, fixture, moved, same), 0);
+  EXPECT_EQ(DataType(fixture, same), stored);
+  EXPECT_EQ(Copy(fixture, fixture, same, "/x/y/flow/01jan2021/1hour/same/"), 0);  // onto itself
   EXPECT_EQ(DataType(fixture, same), stored);
   EXPECT_EQ(Copy(fixture, table_, moved, hourly), 0);
   EXPECT_EQ(DataType(table_, hourly).type, 100);

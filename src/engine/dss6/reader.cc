@@ -169,6 +169,11 @@ class Dss6RecordFile final : public container::RecordFile {
       item.type = info.type;
       return container::ConvertRecord(*this, item, target.writer(), target_path);
     }
+    if (same == this && NormalisePath(path) == NormalisePath(target_path)) {
+      // A record copied onto itself stays as it is.
+      container::RecordInfo info;
+      return file_->Lookup(path, &info);
+    }
     Status s = file_->CopyRecord(path, *same->file_, target_path);
     if (s == Status::kExists) {
       // HECLIB overwrites the target record.
