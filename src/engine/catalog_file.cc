@@ -209,7 +209,8 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
 
   CatalogHeader header;
   const container::FileFigures figures = file.Figures();
-  header.file_name = std::string(RecordedFileName(table->name));
+  const std::string name(RecordedFileName(table->name));
+  header.file_name = name;
   header.record_count = static_cast<int64_t>(entries.size());
   header.sorted = request.sorted;
   header.file_version = figures.version_text;
