@@ -136,21 +136,17 @@ class EngineFile {
   bool closed() const { return !file_; }
 
   void Close() {
-    py::gil_scoped_release release;
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (file_) {
-      (void)file_->Close();
-      file_.reset();
-    }
+    Locked([&] {
+      if (file_) {
+        (void)file_->Close();
+        file_.reset();
+      }
+    });
   }
 
   py::list Catalog() {
     std::vector<dss7::CatalogEntry> entries;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      entries = Entries();
-    }
+    Locked([&] { entries = Entries(); });
     py::list out;
     for (const auto& e : entries) {
       out.append(py::make_tuple(
@@ -162,13 +158,10 @@ class EngineFile {
 
   py::object RecordType(const std::string& pathname) {
     dss7::InfoBlock info;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       Fresh();
-      status = file_->Lookup(pathname, &info);
-    }
+      return file_->Lookup(pathname, &info);
+    });
     if (status == dss7::Status::kNotFound) return py::none();
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
     return py::make_tuple(info.type,
@@ -177,55 +170,12 @@ class EngineFile {
 
   py::dict ReadRegular(const std::string& pathname, std::optional<int64_t> start_s,
                        std::optional<int64_t> end_s) {
-    series::SeriesRead read;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      Fresh();
-      series::SeriesPath path;
-      status = series::ParseSeriesPath(pathname, false, &path);
-      series::Instant first = 0, last = 0;
-      if (status.ok()) status = RegularWindow(path, start_s, end_s, &first, &last);
-      int64_t count = 0;
-      if (status.ok()) status = SlotCount(*path.interval, first, last, &count);
-      if (status.ok()) status = series::ReadRegular(*file_, pathname, first, count, &read);
-      if (status.ok()) Cut(&read, start_s, end_s);
-    }
-    if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
-    py::dict out = SeriesDict(read);
-    series::SeriesPath path;
-    (void)series::ParseSeriesPath(pathname, false, &path);
-    out["interval_s"] = path.interval->seconds;
-    out["interval_name"] = std::string(path.interval->name);
-    out["offset_s"] = read.offset_seconds;
-    return out;
+    return ReadSeries(pathname, false, start_s, end_s);
   }
 
   py::dict ReadIrregular(const std::string& pathname, std::optional<int64_t> start_s,
                          std::optional<int64_t> end_s) {
-    series::SeriesRead read;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      Fresh();
-      series::SeriesPath path;
-      status = series::ParseSeriesPath(pathname, true, &path);
-      series::Instant first = 0, last = 0;
-      if (status.ok()) status = IrregularWindow(path, start_s, end_s, &first, &last);
-      if (status.ok()) status = series::ReadIrregular(*file_, pathname, first, last, &read);
-    }
-    if (!status.ok() && status.code != series::SeriesCode::kNotFound)
-      Raise(pathname + ": " + SeriesCodeText(status));
-    if (!status.ok() && !start_s && !end_s) Raise(pathname + ": " + SeriesCodeText(status));
-    py::dict out = SeriesDict(read);
-    series::SeriesPath path;
-    (void)series::ParseSeriesPath(pathname, true, &path);
-    out["interval_s"] = 0;
-    out["interval_name"] = std::string(path.interval->name);
-    out["offset_s"] = 0;
-    return out;
+    return ReadSeries(pathname, true, start_s, end_s);
   }
 
   void WriteRegular(const std::string& pathname, int64_t start_s, py::object values,
@@ -247,13 +197,10 @@ class EngineFile {
     store.path = pathname;
     store.start = ToInstant(start_s);
     store.plan = plan;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const series::SeriesStatus status = Locked([&] {
       RequireOpen();
-      status = series::StoreRegular(*file_, store);
-    }
+      return series::StoreRegular(*file_, store);
+    });
     if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
   }
 
@@ -285,25 +232,19 @@ class EngineFile {
     store.times = times;
     store.replace = replace;
     store.granularity = whole_minutes ? 60 : 1;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const series::SeriesStatus status = Locked([&] {
       RequireOpen();
-      status = series::StoreIrregular(*file_, store);
-    }
+      return series::StoreIrregular(*file_, store);
+    });
     if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
   }
 
   py::dict ReadPaired(const std::string& pathname) {
     paired::PairedData data;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       Fresh();
-      status = paired::ReadPairedData(*file_, pathname, &data);
-    }
+      return paired::ReadPairedData(*file_, pathname, &data);
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
     py::dict out;
     out["ordinates"] = ArrayOf(data.ordinates);
@@ -342,28 +283,62 @@ class EngineFile {
     data.units_dependent = units.second;
     data.type_independent = types.first;
     data.type_dependent = types.second;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       RequireOpen();
-      status = paired::WritePairedData(*file_, pathname, data);
-    }
+      return paired::WritePairedData(*file_, pathname, data);
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
   }
 
   void Delete(const std::string& pathname) {
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       RequireOpen();
-      status = file_->Delete(pathname);
-    }
+      return file_->Delete(pathname);
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
   }
 
  private:
+  // Runs `work` without the GIL and under the handle's lock: engine calls block on file locks and
+  // I/O, and other Python threads should run meanwhile.
+  template <typename Work>
+  auto Locked(Work&& work) -> decltype(work()) {
+    py::gil_scoped_release release;
+    std::lock_guard<std::mutex> lock(mutex_);
+    return work();
+  }
+
+  py::dict ReadSeries(const std::string& pathname, bool irregular, std::optional<int64_t> start_s,
+                      std::optional<int64_t> end_s) {
+    series::SeriesPath path;
+    series::SeriesRead read;
+    const series::SeriesStatus status = Locked([&] {
+      Fresh();
+      series::SeriesStatus s = series::ParseSeriesPath(pathname, irregular, &path);
+      series::Instant first = 0, last = 0;
+      if (irregular) {
+        if (s.ok()) s = IrregularWindow(path, start_s, end_s, &first, &last);
+        if (s.ok()) s = series::ReadIrregular(*file_, pathname, first, last, &read);
+        return s;
+      }
+      int64_t count = 0;
+      if (s.ok()) s = RegularWindow(path, start_s, end_s, &first, &last);
+      if (s.ok()) s = SlotCount(*path.interval, first, last, &count);
+      if (s.ok()) s = series::ReadRegular(*file_, pathname, first, count, &read);
+      if (s.ok()) Cut(&read, start_s, end_s);
+      return s;
+    });
+    // An irregular window that holds no values is an empty series, not an error.
+    const bool empty_window =
+        irregular && status.code == series::SeriesCode::kNotFound && (start_s || end_s);
+    if (!status.ok() && !empty_window) Raise(pathname + ": " + SeriesCodeText(status));
+    py::dict out = SeriesDict(read);
+    out["interval_s"] = irregular ? 0 : path.interval->seconds;
+    out["interval_name"] = std::string(path.interval->name);
+    out["offset_s"] = irregular ? 0 : read.offset_seconds;
+    return out;
+  }
+
   void RequireOpen() const {
     if (!file_)
       throw AutomationError(kObjectErrorBase + dssNotOpen, "varnock._engine",
