@@ -80,18 +80,30 @@ TEST(DSSDatabaseTest, VersionOfFilesThatAreNotOpen) {
   EXPECT_EQ(too_long.Description(), "Filename too long for HECLIB");
 }
 
-TEST(DSSDatabaseTest, VersionSixFilesAreRefused) {
-  for (const char* name : {"fixture6.dss", "sample6.dss"}) {
+TEST(DSSDatabaseTest, VersionSixFilesConnectAndReportTheirVersion) {
+  for (const auto& [name, id] : {std::pair{"fixture6.dss", "6-YO"}, {"sample6.dss", "6-QE"}}) {
     VARNOCK_REQUIRE_FIXTURE(source, name);
     TempFolder folder;
-    const std::string copy = folder.CopyIn(source, name);
     auto db = std::make_shared<DSSDatabase>();
-    db->Name(copy);
-    const AutomationError error = CaughtError([&] { db->Connect(); });
-    EXPECT_EQ(error.Description(), "Can't open " + copy + ": incompatible DSS versions.");
-    EXPECT_EQ(db->istat(), -3);
-    EXPECT_FALSE(db->IsConnected());
-    EXPECT_EQ(db->Version(), "6-" + std::string(name[0] == 'f' ? "YO" : "QE"));
+    db->Name(folder.CopyIn(source, name));
+    db->Connect();
+    EXPECT_EQ(db->istat(), 0);
+    EXPECT_TRUE(db->IsConnected());
+    EXPECT_EQ(db->Inquire("TABL").ToString(), "1");  // HEC's dynamic hash table
+    db->Disconnect();
+    EXPECT_EQ(db->Version(), id);
+  }
+}
+
+TEST(DSSDatabaseTest, DssvMakesTheNextNewFileVersionSix) {
+  TempFolder folder;
+  auto db = std::make_shared<DSSDatabase>();
+  db->Setting("DSSV", Variant(6));
+  for (const auto& [name, version] : {std::pair{"six.dss", "6-"}, {"seven.dss", "7-"}}) {
+    db->Name(folder.File(name));
+    db->Connect(true);
+    db->Disconnect();
+    EXPECT_EQ(db->Version().substr(0, 2), version) << name;
   }
 }
 
@@ -117,7 +129,9 @@ TEST(DSSDatabaseTest, CatalogsOfReferenceFilesHoldTheirDumpsPathnames) {
   const std::pair<const char*, const char*> files[] = {
       {"fixture7.dss", "fixture7.dump.txt"},
       {"sample7.dss", "sample7.dss.dump.txt.gz"},
-      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"}};
+      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"},
+      {"fixture6.dss", "fixture6.dump.txt"},
+      {"sample6.dss", "sample6.dss.dump.txt.gz"}};
   for (const auto& [file, dump] : files) {
     VARNOCK_REQUIRE_FIXTURE(source, file);
     VARNOCK_REQUIRE_FIXTURE(dump_path, dump);
@@ -141,11 +155,16 @@ TEST(DSSDatabaseTest, CatalogsOfReferenceFilesHoldTheirDumpsPathnames) {
   }
 }
 
-TEST(DSSDatabaseTest, RecordUtilitiesRoundTrip) {
-  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+class RecordUtilities : public ::testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Fixtures, RecordUtilities, ::testing::Values("fixture7", "fixture6"));
+
+// The copy into another file goes to a new DSS-7 file: across versions for fixture6.
+TEST_P(RecordUtilities, RoundTrip) {
+  const std::string file = std::string(GetParam()) + ".dss";
+  VARNOCK_REQUIRE_FIXTURE(source, file);
   TempFolder folder;
   auto db = std::make_shared<DSSDatabase>();
-  db->Name(folder.CopyIn(source, "fixture7.dss"));
+  db->Name(folder.CopyIn(source, file));
   db->Connect();
   const auto before = Names(db->AsCollection(true));
   ASSERT_FALSE(before.empty());

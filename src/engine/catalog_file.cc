@@ -181,10 +181,10 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
                    " is not connected to a file");
     return 0;
   }
-  dss7::DssFile& file = *table->file;
+  container::RecordFile& file = *table->file;
   dss7::Status s = file.Refresh();
-  std::vector<dss7::CatalogEntry> entries;
-  if (s == dss7::Status::kOk) s = file.Catalog(&entries);
+  std::vector<container::CatalogItem> entries;
+  if (s == dss7::Status::kOk) s = file.file().Catalog(&entries);
   if (s != dss7::Status::kOk) {
     NoteFileStatus(ifltab, s);
     Message(
@@ -194,8 +194,8 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
 
   std::vector<std::string> shown;
   shown.reserve(entries.size());
-  for (const dss7::CatalogEntry& entry : entries)
-    shown.push_back(Heclib6CatalogPath(entry.path, entry.type));
+  for (const container::CatalogItem& entry : entries)
+    shown.push_back(Heclib6CatalogPath(entry.listed_path, entry.type));
   std::vector<std::size_t> order(entries.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   if (request.sorted) {
@@ -208,15 +208,13 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
   }
 
   CatalogHeader header;
-  const std::string name(RecordedFileName(table->name));
-  const std::string version = file.version().text;
-  header.file_name = name;
+  const container::FileFigures figures = file.Figures();
+  header.file_name = std::string(RecordedFileName(table->name));
   header.record_count = static_cast<int64_t>(entries.size());
   header.sorted = request.sorted;
-  header.file_version = version;
+  header.file_version = figures.version_text;
   (void)LocalStampOf(static_cast<int64_t>(std::time(nullptr)) * 1000, &header.now);
-  if (LocalStamp created; file.header()[dss7::hdr::kCreateTime] > 0 &&
-                          LocalStampOf(file.header()[dss7::hdr::kCreateTime], &created)) {
+  if (LocalStamp created; figures.created_ms > 0 && LocalStampOf(figures.created_ms, &created)) {
     header.file_created_julian = created.julian;
   }
   for (const std::string& line : CatalogHeaderLines(header)) {
@@ -228,7 +226,7 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
   int32_t written = 0;
   for (std::size_t i : order) {
     // Records carry no tag in DSS-7: the default tag numbers them in file order.
-    const std::string tag = "T" + std::to_string(i + 1);
+    const std::string tag = entries[i].tag.empty() ? "T" + std::to_string(i + 1) : entries[i].tag;
     if (WriteUnitLine(request.unit, CatalogRecordLine(written + 1, tag, shown[i])) != 0) {
       Message(1, " *****DSS*** ZCAT:  Cannot write to the catalog file");
       break;

@@ -138,7 +138,9 @@ TEST_F(CatalogFileTest, ReferenceFilesListTheirDumpsPathnamesAsHeclib6Shows) {
   const std::pair<const char*, const char*> files[] = {
       {"fixture7.dss", "fixture7.dump.txt"},
       {"sample7.dss", "sample7.dss.dump.txt.gz"},
-      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"}};
+      {"MoRiverObs7.dss", "MoRiverObs7.dss.dump.txt.gz"},
+      {"fixture6.dss", "fixture6.dump.txt"},
+      {"sample6.dss", "sample6.dss.dump.txt.gz"}};
   for (const auto& [file, dump] : files) {
     VARNOCK_REQUIRE_FIXTURE(source, file);
     VARNOCK_REQUIRE_FIXTURE(dump_path, dump);
@@ -148,11 +150,11 @@ TEST_F(CatalogFileTest, ReferenceFilesListTheirDumpsPathnamesAsHeclib6Shows) {
     std::sort(expected.begin(), expected.end());
     Table table;
     ASSERT_EQ(table.Open(folder_.CopyIn(source, file)), 0);
-    std::vector<dss7::CatalogEntry> entries;
-    ASSERT_EQ(table.file().Catalog(&entries), dss7::Status::kOk);
+    std::vector<container::CatalogItem> entries;
+    ASSERT_EQ(table.records().file().Catalog(&entries), dss7::Status::kOk);
     std::map<std::string, int32_t> types;
     for (const auto& e : entries)
-      types[Heclib6CatalogPath(e.path, e.type)] = e.type;
+      types[Heclib6CatalogPath(e.listed_path, e.type)] = e.type;
     char count_line[64];
     std::snprintf(count_line, sizeof count_line, "     Number of Records:%7zu", expected.size());
     for (bool sorted : {false, true}) {
@@ -160,6 +162,7 @@ TEST_F(CatalogFileTest, ReferenceFilesListTheirDumpsPathnamesAsHeclib6Shows) {
       const auto lines = CatalogLines(table, folder_.File("cat.dsc"), sorted, &norecs);
       ASSERT_GE(lines.size(), 10u);
       EXPECT_EQ(lines[4].substr(0, 30), count_line);
+      EXPECT_EQ(lines[4].substr(lines[4].size() - 4), table.records().file().VersionText());
       auto paths = CatalogPaths(lines);
       EXPECT_EQ(norecs, static_cast<int32_t>(paths.size())) << file;
       for (std::size_t i = 0; i < paths.size(); ++i)

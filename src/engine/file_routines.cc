@@ -68,18 +68,12 @@ int32_t OpenFailure(int32_t status, const std::string& what, std::string_view na
   return status;
 }
 
-dss7::CreateOptions CreateOptionsOf(const Options& options) {
-  dss7::CreateOptions create;
-  create.expected_paths = ExpectedPaths(options);
-  return create;
-}
-
 // Opens or creates per ZOPEN's rules; returns ISTAT. A missing or empty file is created under
 // the file's lock, so processes opening it at once never both create it; a file that is not
-// empty and not a DSS file is never replaced.
-int32_t OpenOrCreate(const std::string& path, const Options& options,
-                     const dss7::FileOptions& file_options, std::unique_ptr<DssFile>* file,
-                     bool* created) {
+// empty and not a DSS file is never replaced. New files are DSS-7 unless `new_version` is 6.
+int32_t OpenOrCreate(const std::string& path, const Options& options, int new_version,
+                     const container::OpenOptions& file_options,
+                     std::unique_ptr<container::RecordFile>* file, bool* created) {
   *created = false;
   struct stat info {};
   const bool missing = stat(path.c_str(), &info) != 0;
@@ -104,25 +98,27 @@ int32_t OpenOrCreate(const std::string& path, const Options& options,
     if (io->ReadOnly() && size == 0) {
       return OpenFailure(-2, "Cannot create file (read access only)", path);
     }
-    s = DssFile::OpenOrCreateIO(std::move(io), CreateOptionsOf(options), file_options, file,
-                                created);
+    s = container::OpenOrCreateRecordFileIO(std::move(io), new_version, ExpectedPaths(options),
+                                            file_options, file, created);
     if (s == Status::kNotDssFile) return OpenFailure(-6, "Not a DSS file", path);
     if (s != Status::kOk) return OpenFailure(-1, "Unable to create file", path);
     if (*created && file_options.exclusive) {
       // Creating takes no exclusive lock: open the new file again to hold it exclusively.
       file->reset();
-      const int32_t status = OpenOrCreate(path, options, file_options, file, created);
+      const int32_t status = OpenOrCreate(path, options, new_version, file_options, file, created);
       *created = true;
       return status;
     }
     return 0;
   }
   if (s != Status::kOk) return OpenFailure(-1, "Unable to read file", path);
-  if (version.major != 7) return OpenFailure(-3, "Incompatible DSS version " + version.text, path);
-  s = DssFile::OpenIO(std::move(io), file_options, file);
+  if (version.major != 6 && version.major != 7) {
+    return OpenFailure(-3, "Incompatible DSS version " + version.text, path);
+  }
+  s = container::OpenRecordFileIO(std::move(io), file_options, file);
   switch (s) {
     case Status::kOk:
-      break;
+      return 0;
     case Status::kExclusiveLocked:
       return OpenFailure(-5, "File is exclusively locked", path);
     case Status::kIncompatibleVersion:
@@ -134,16 +130,6 @@ int32_t OpenOrCreate(const std::string& path, const Options& options,
       return OpenFailure(-1, std::string("Unable to open file (") + dss7::StatusText(s) + ")",
                          path);
   }
-  if (!file_options.exclusive) {
-    // Someone holding the exclusive word keeps the file to itself.
-    bool held = false;
-    const int64_t lock_words = (*file)->header()[dss7::hdr::kLockWordsAddress];
-    if ((*file)->io().TestWords(lock_words + 1, 1, &held) == Status::kOk && held) {
-      file->reset();
-      return OpenFailure(-5, "File is exclusively locked", path);
-    }
-  }
-  return 0;
 }
 
 void Number(InquiryAnswer* a, int64_t value) {
@@ -174,11 +160,9 @@ std::string ClockTime(int64_t millis) {
 }
 
 // Deleted records that ZUNDEL could still bring back: no live record has their path.
-int64_t RecoverableDeletes(DssFile& file) {
-  std::vector<dss7::CatalogEntry> live, deleted;
-  dss7::CatalogFilter filter;
-  filter.which = dss7::CatalogFilter::Which::kDeleted;
-  if (file.Catalog(&live) != Status::kOk || file.Catalog(&deleted, filter) != Status::kOk) {
+int64_t RecoverableDeletes(container::Container& file) {
+  std::vector<container::CatalogItem> live, deleted;
+  if (file.Catalog(&live) != Status::kOk || file.DeletedCatalog(&deleted) != Status::kOk) {
     return 0;
   }
   auto upper = [](std::string text) {
@@ -205,8 +189,7 @@ bool Answer(int32_t* ifltab, std::string_view keyword, std::string_view text_in,
     if (keyword == "ERRO") a->text.Assign("file not opened");
     return true;
   }
-  DssFile& file = *table->file;
-  const auto& h = file.header();
+  container::RecordFile& file = *table->file;
   auto fresh = [&] {
     const Status s = file.Refresh();
     NoteFileStatus(ifltab, s);
@@ -215,38 +198,38 @@ bool Answer(int32_t* ifltab, std::string_view keyword, std::string_view text_in,
     a->text.Assign(RecordedFileName(table->name));
   } else if (keyword == "NREC") {
     fresh();
-    Number(a, h[dss7::hdr::kRecordCount]);
+    Number(a, file.Figures().records);
   } else if (keyword == "FVER") {
-    const dss7::VersionInfo version = file.version();
-    Number(a, version.full);
-    a->text.Assign(version.text);
+    const container::FileFigures figures = file.Figures();
+    Number(a, figures.version_number);
+    a->text.Assign(figures.version_text);
   } else if (keyword == "SIZE") {
     fresh();
-    Number(a, (std::max<int64_t>(h[dss7::hdr::kFileSize], 0) * 8 + 1023) / 1024);
+    Number(a, file.Figures().size_kbytes);
   } else if (keyword == "FSIZ") {
     fresh();
-    Number(a, std::max<int64_t>(h[dss7::hdr::kFileSize], 0));
+    Number(a, file.Figures().size_words);
   } else if (keyword == "DEAD") {
     fresh();
-    Number(a, dss7::DeadSpacePercent(h));
+    Number(a, file.Figures().dead_percent);
   } else if (keyword == "TABL") {
-    // A DSS-7 hash table keeps the size it was made with.
-    Number(a, 2);
-    a->text.Assign("STABLE");
+    const bool stable = file.Figures().stable_table;
+    Number(a, stable ? 2 : 1);
+    a->text.Assign(stable ? "STABLE" : "DYNAMIC");
   } else if (keyword == "HSIZ") {
-    Number(a, h[dss7::hdr::kHashTableSize]);
+    Number(a, file.Figures().hash_size);
   } else if (keyword == "FDAT") {
-    a->text.Assign(ShortDate(h[dss7::hdr::kCreateTime]));
+    a->text.Assign(ShortDate(file.Figures().created_ms));
   } else if (keyword == "LWDA") {
     fresh();
-    a->text.Assign(ShortDate(h[dss7::hdr::kLastWriteTime]));
+    a->text.Assign(ShortDate(file.Figures().last_write_ms));
   } else if (keyword == "LWTI") {
     fresh();
-    a->text.Assign(ClockTime(h[dss7::hdr::kLastWriteTime]));
+    a->text.Assign(ClockTime(file.Figures().last_write_ms));
   } else if (keyword == "READ") {
-    Switch(a, file.read_only());
+    Switch(a, file.file().read_only());
   } else if (keyword == "MULT") {
-    Number(a, table->exclusive ? 0 : file.read_only() ? 1 : 2);
+    Number(a, table->exclusive ? 0 : file.file().read_only() ? 1 : 2);
   } else if (keyword == "STAT") {
     Number(a, table->status_word);
   } else if (keyword == "CLEA") {
@@ -260,7 +243,7 @@ bool Answer(int32_t* ifltab, std::string_view keyword, std::string_view text_in,
     Switch(a, table->remote);
   } else if (keyword == "DELE") {
     fresh();
-    Number(a, RecoverableDeletes(file));
+    Number(a, RecoverableDeletes(file.file()));
   } else if (keyword == "UNIT") {
     Number(a, table->handle);
   } else {
@@ -295,17 +278,20 @@ int32_t OpenTableFile(int32_t* ifltab, std::string_view name) {
   if (!NormaliseDssFileName(name, &path)) return OpenFailure(-10, "No file name given", "");
   if (path.find('\0') != std::string::npos) return OpenFailure(-1, "Invalid file name", path);
 
-  dss7::FileOptions file_options;
+  container::OpenOptions file_options;
   file_options.program = std::string(TrimTrailingBlanks(options.program.View()));
   file_options.read_only = options.read_only;
   file_options.exclusive = options.exclusive || options.write_lock;
   OpenTable table;
-  const int32_t status = OpenOrCreate(path, options, file_options, &table.file, &table.created);
+  const int32_t status = OpenOrCreate(path, options, options.NewFileVersion(), file_options,
+                                      &table.file, &table.created);
+  // DSSV chooses the version of one new file only.
+  if (table.created) ResetNewFileVersion();
   if (status != 0) return status;
   table.name = path;
   table.exclusive = file_options.exclusive;
   table.remote = OnNetworkFileSystem(path);
-  const bool read_only = table.file->read_only();
+  const bool read_only = table.file->file().read_only();
   const bool created = table.created;
   if (!AttachTable(ifltab, std::move(table))) {
     return OpenFailure(-1, "Too many files open", path);
@@ -319,17 +305,16 @@ int32_t OpenTableFile(int32_t* ifltab, std::string_view name) {
 
 void CloseTableFile(int32_t* ifltab) {
   if (OpenTable* table = TableOf(ifltab); table != nullptr && MessageWanted(2)) {
-    DssFile& file = *table->file;
+    container::RecordFile& file = *table->file;
     (void)file.Refresh();
-    const auto& h = file.header();
-    const int64_t words = std::max<int64_t>(h[dss7::hdr::kFileSize], 1);
+    const container::FileFigures figures = file.Figures();
     char line[200];
     std::snprintf(line, sizeof line,
                   " -----DSS---ZCLOSE  Handle %d;  Number of Records: %lld;  File Size: %lld "
                   "Kbytes;  Percent Inactive: %lld",
-                  table->handle, static_cast<long long>(h[dss7::hdr::kRecordCount]),
-                  static_cast<long long>((words * 8 + 1023) / 1024),
-                  static_cast<long long>(dss7::DeadSpacePercent(h)));
+                  table->handle, static_cast<long long>(figures.records),
+                  static_cast<long long>(std::max<int64_t>(figures.size_kbytes, 1)),
+                  static_cast<long long>(figures.dead_percent));
     Message(2, line + std::string(";  File: ") + table->name);
   }
   DetachTable(ifltab);

@@ -50,7 +50,13 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
   WriteBytes(folder_.File("empty.dss"), 0);
   std::filesystem::create_directory(folder_.File("dir.dss"));
   ASSERT_EQ(mkfifo(folder_.File("pipe.dss").c_str(), 0600), 0);
+  // A version 5 file: "ZDSS", then the old "xx-n" identifier at byte 16.
+  std::string old(2048, '\0');
+  old.replace(0, 4, "ZDSS");
+  old.replace(16, 4, "LA-5");
+  std::ofstream(folder_.File("five.dss"), std::ios::binary) << old;
   const std::pair<std::string, int32_t> cases[] = {{folder_.File("new"), 0},
+                                                   {folder_.File("five.dss"), -3},
                                                    {folder_.File("empty.dss"), 0},
                                                    {folder_.File("small.dss"), -6},
                                                    {folder_.File("big.dss"), -6},
@@ -74,13 +80,72 @@ TEST_F(FileRoutinesTest, OpenStatusesFollowWhatIsOnDisk) {
   EXPECT_EQ(std::filesystem::file_size(folder_.File("big.dss")), 1001u);
 }
 
-TEST_F(FileRoutinesTest, VersionSixFilesAreRefusedButTheirVersionIsKnown) {
-  for (const auto& [name, id] : {std::pair{"fixture6.dss", "6-YO"}, {"sample6.dss", "6-QE"}}) {
-    VARNOCK_REQUIRE_FIXTURE(source, name);
-    const std::string copy = folder_.CopyIn(source, name);
-    Table table;
-    EXPECT_EQ(table.Open(copy), -3);
-    EXPECT_EQ(Version(copy), std::make_pair(6, std::string(id)));
+TEST_F(FileRoutinesTest, VersionSixFilesOpenAndReportTheirVersion) {
+  const struct {
+    const char* name;
+    const char* id;
+    const char* number;
+    const char* records;
+  } cases[] = {{"fixture6.dss", "6-YO", "62515", "27"}, {"sample6.dss", "6-QE", "61705", nullptr}};
+  for (const auto& c : cases) {
+    VARNOCK_REQUIRE_FIXTURE(source, c.name);
+    const std::string copy = folder_.CopyIn(source, c.name);
+    const auto before = std::filesystem::last_write_time(copy);
+    {
+      Table table;
+      ASSERT_EQ(table.Open(copy), 0) << c.name;
+      EXPECT_EQ(table.words[0], kOpenTableMark);
+      EXPECT_EQ(table.records().file().MajorVersion(), 6);
+      EXPECT_EQ(table.Ask("FVER"), c.number);
+      if (c.records != nullptr) {
+        EXPECT_EQ(table.Ask("NREC"), c.records);
+      }
+      EXPECT_EQ(table.Ask("READ"), "0");
+      EXPECT_EQ(table.Ask("STAT"), "0");
+    }
+    EXPECT_EQ(Version(copy), std::make_pair(6, std::string(c.id)));
+    // Opened for reading only, a write is refused and recorded in the status word.
+    Set("READ", "ON");
+    Table reader;
+    ASSERT_EQ(reader.Open(copy), 0);
+    EXPECT_EQ(reader.Ask("READ"), "1");
+    std::vector<container::CatalogItem> items;
+    ASSERT_EQ(reader.records().file().Catalog(&items), dss7::Status::kOk);
+    ASSERT_FALSE(items.empty());
+    const std::string& first = items.front().path;
+    int32_t found = 1;
+    ZDELET_(reader.data(), first.data(), static_cast<int32_t>(first.size()), nullptr, &found);
+    EXPECT_EQ(found, 0);
+    EXPECT_EQ(reader.Ask("STAT"), "130");
+    // Opening, inquiring and a refused write change nothing.
+    EXPECT_EQ(std::filesystem::last_write_time(copy), before);
+  }
+}
+
+TEST_F(FileRoutinesTest, DssvMakesTheNextNewFileVersionSixOnly) {
+  const struct {
+    const char* keyword;
+    int32_t number;
+    int first, second;
+  } cases[] = {
+      {"DSSV", 6, 6, 7},  // one new file, then back to DSS-7
+      {"DSSV", 7, 7, 7},  // asking for the default
+      {"DSSV", 5, 7, 7},  // not a version we make: ignored
+      {"ALLV", 6, 6, 6},  // every new file
+  };
+  int n = 0;
+  for (const auto& c : cases) {
+    Set(c.keyword, "", c.number);
+    const std::string first = folder_.File("first" + std::to_string(n));
+    const std::string second = folder_.File("second" + std::to_string(n++));
+    for (const auto& [name, want] : {std::pair{first, c.first}, {second, c.second}}) {
+      Table table;
+      ASSERT_EQ(table.Open(name), 0);
+      EXPECT_EQ(table.records().file().MajorVersion(), want) << c.keyword << " " << c.number;
+    }
+    // Opening an existing file uses up nothing.
+    EXPECT_EQ(Version(first).first, c.first);
+    ResetOptions();
   }
 }
 
@@ -126,12 +191,15 @@ TEST_F(FileRoutinesTest, ReadOptionIsOneShotAndKeepsTheFileUnchanged) {
   EXPECT_EQ(reader.Ask("NREC"), "1");
 }
 
-TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
-  const std::string name = folder_.File("shared");
+// EXCL keeps others out while the owner has the file; WLOC (one-shot) is refused while others
+// have it open. `version` is that of the file the first open makes.
+void ExpectExclusiveOpensKeepOthersOut(const std::string& name, int version) {
+  Set("DSSV", "", version);
   {
     Set("EXCL", "ON");
     Table owner;
     ASSERT_EQ(owner.Open(name), 0);
+    EXPECT_EQ(owner.records().file().MajorVersion(), version);
     EXPECT_EQ(owner.Ask("MULT"), "0");
     Table other;
     EXPECT_EQ(other.Open(name), -5);
@@ -142,6 +210,13 @@ TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
   EXPECT_EQ(second.Open(name), -5);  // others have it open
   EXPECT_EQ(second.Open(name), 0);   // WLOC was one-shot
   EXPECT_EQ(first.Ask("MULT"), "2");
+}
+
+TEST_F(FileRoutinesTest, ExclusiveOpensKeepOthersOut) {
+  for (int version : {7, 6}) {
+    SCOPED_TRACE(version);
+    ExpectExclusiveOpensKeepOthersOut(folder_.File("shared" + std::to_string(version)), version);
+  }
 }
 
 TEST_F(FileRoutinesTest, TwoTablesOnOneFileSeeEachOthersWrites) {
@@ -159,6 +234,35 @@ TEST_F(FileRoutinesTest, TwoTablesOnOneFileSeeEachOthersWrites) {
   ZDELET_(b.data(), "/A/B/C///ONE/", 13, nullptr, &found);
   EXPECT_EQ(a.Ask("NREC"), "0");
   EXPECT_EQ(a.Ask("DELE"), "1");
+}
+
+// The same on a new DSS-6 file, written through its record writer; and what its inquiries say.
+TEST_F(FileRoutinesTest, TwoTablesOnOneVersionSixFileSeeEachOthersWrites) {
+  Set("DSSV", "", 6);
+  Table a, b;
+  ASSERT_EQ(a.Open(folder_.File("two6")), 0);
+  ASSERT_EQ(b.Open(folder_.File("two6")), 0);
+  EXPECT_EQ(b.Ask("NREC"), "0");
+  paired::TextData text;
+  text.text = "one";
+  ASSERT_EQ(a.records().writer().StoreText("/A/B/C///ONE/", text), dss7::Status::kOk);
+  EXPECT_EQ(b.Ask("NREC"), "1");
+  int32_t words = 0, found = 0, type = 0;
+  char code[3];
+  ZDTYPE_(b.data(), "/a/b/c///one/", 13, &words, &found, code, 3, &type);
+  EXPECT_TRUE(found != 0 && type == 300 && words == 1);
+  ZDELET_(b.data(), "/A/B/C///ONE/", 13, nullptr, &found);
+  EXPECT_EQ(a.Ask("NREC"), "0");
+  EXPECT_EQ(a.Ask("DELE"), "1");
+  // HEC's default DSS-6 layout: a dynamic table of 2048 hash codes, 4-byte words.
+  const std::pair<const char*, std::string> answers[] = {
+      {"FVER", "62515"}, {"TABL", "1"},
+      {"HSIZ", "2048"},  {"READ", "0"},
+      {"STAT", "0"},     {"SIZE", std::to_string((std::stoll(a.Ask("FSIZ")) * 4 + 1023) / 1024)},
+  };
+  for (const auto& [keyword, answer] : answers)
+    EXPECT_EQ(a.Ask(keyword), answer) << keyword;
+  EXPECT_EQ(a.Ask("FDAT").size(), 7u);
 }
 
 TEST_F(FileRoutinesTest, FileInquiries) {

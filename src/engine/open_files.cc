@@ -71,7 +71,7 @@ OpenTable* TableOf(int32_t* ifltab) {
   return slot < 0 ? nullptr : g_slots[static_cast<std::size_t>(slot)].get();
 }
 
-dss7::DssFile* FileOfTable(int32_t* ifltab, int32_t* status) {
+container::RecordFile* FileOfTable(int32_t* ifltab, int32_t* status) {
   OpenTable* table = TableOf(ifltab);
   if (table == nullptr || !table->file) {
     if (status != nullptr) *status = kTableNotOpen;
@@ -127,7 +127,7 @@ void DetachTable(int32_t* ifltab) {
       ifltab[i] = 0;
   }
   // Closing may touch the disk: done outside the lock.
-  if (entry->file) (void)entry->file->Close();
+  if (entry->file) (void)entry->file->file().Close();
 }
 
 int32_t OpenTableCount() {

@@ -1,4 +1,5 @@
-// The link between a HECLIB file table (the caller's 600 32-bit words) and an open DssFile.
+// The link between a HECLIB file table (the caller's 600 32-bit words) and an open DSS file of
+// either version (a container::RecordFile).
 //
 // A table the engine opened holds, besides word 1 = 6, the slot of the file in a process-wide
 // list and a random key that the slot also keeps. A table whose words do not match a live slot
@@ -12,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/dss7/dss_file.h"
+#include "engine/container/record_file.h"
 #include "engine/fixed_text.h"
 
 namespace varnock::engine {
@@ -23,9 +24,9 @@ inline constexpr int32_t kTableNotOpen = 70;
 // Table words the engine uses (index 0 is word 1); ZCLOSE zeroes exactly these.
 inline constexpr int kTableWordsUsed = 4;
 
-// What ZOPEN knows of an open file beyond the DssFile, and the table's status word.
+// What ZOPEN knows of an open file beyond the file itself, and the table's status word.
 struct OpenTable {
-  std::unique_ptr<dss7::DssFile> file;
+  std::unique_ptr<container::RecordFile> file;
   std::string name;          // the normalised name ZOPEN opened
   bool created = false;      // ZOPEN made the file
   bool exclusive = false;    // opened with EXCL or WLOC
@@ -40,7 +41,7 @@ struct OpenTable {
 // words are damaged. *status is left alone on success; status may be null. No I/O is done:
 // call Refresh() on the file to see writes made through other tables or processes. As in
 // HECLIB, one table is used by one thread at a time.
-dss7::DssFile* FileOfTable(int32_t* ifltab, int32_t* status);
+container::RecordFile* FileOfTable(int32_t* ifltab, int32_t* status);
 
 // The whole entry of an open table, or nullptr. Valid until the table is closed.
 OpenTable* TableOf(int32_t* ifltab);

@@ -120,8 +120,10 @@ void Apply(Options& o, const Keyword& key, std::string_view text, int32_t number
     o.quality_protect = IsOn(text);
   } else if (key.Is("HAND")) {
     o.show_handle = IsOn(text);
-  } else if (key.Is("DSSV", "ALLV")) {
+  } else if (key.Is("DSSV")) {
     if (number == 6 || number == 7) o.new_file_version = number;
+  } else if (key.Is("ALLV")) {
+    if (number == 6 || number == 7) o.all_files_version = number;
   }
 }
 
@@ -208,6 +210,11 @@ void ResetOpenOptions() {
   g_options.exclusive = defaults.exclusive;
   g_options.write_lock = defaults.write_lock;
   g_options.read_only = defaults.read_only;
+}
+
+void ResetNewFileVersion() {
+  std::unique_lock lock(g_mutex);
+  g_options.new_file_version = 0;
 }
 
 void ResetTolerance() {

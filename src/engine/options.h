@@ -59,7 +59,11 @@ struct Options {
   bool stamp_write_time = true;                      // UPRT
   bool quality_protect = false;                      // QPRO
   bool show_handle = false;                          // HAND
-  int32_t new_file_version = 7;                      // DSSV, ALLV
+  int32_t new_file_version = 0;                      // DSSV: next new file only; 0 = ALLV's
+  int32_t all_files_version = 7;                     // ALLV: every new file
+  int32_t NewFileVersion() const {
+    return new_file_version != 0 ? new_file_version : all_files_version;
+  }
 };
 
 // ZSET. Unknown keywords are ignored.
@@ -73,6 +77,9 @@ void ResetOptions();
 
 // ZOPEN calls this after every open: SIZE, TABL, EXCL, WLOC and READ last for one open only.
 void ResetOpenOptions();
+
+// ZOPEN calls this after creating a file: DSSV chooses the version of one new file.
+void ResetNewFileVersion();
 
 // The regular-series writer calls this after every write: TOL lasts for one write only.
 void ResetTolerance();

@@ -1,4 +1,4 @@
-// HECLIB's paired-data routines ZSPD and ZRPD on DSS-7 files.
+// HECLIB's paired-data routines ZSPD and ZRPD on DSS files of either version.
 //
 // Choices where HECLIB versions differ:
 // - ZSPD honours plans 0, 1 and 2 (-2 when plan 1 meets an existing record, -1 when plan 2
@@ -69,7 +69,7 @@ void Message(int32_t level, std::string_view text, std::string_view path) {
 }
 
 // The last-record buffer as the inquiries report it; write times in UTC.
-LastRecordInfo LastRecordOf(const dss7::InfoBlock& info, int32_t precision) {
+LastRecordInfo LastRecordOf(const container::RecordInfo& info, int32_t precision) {
   LastRecordInfo r;
   r.precision = std::max(precision, 0);
   const int64_t ms = info.last_write_ms;
@@ -88,7 +88,7 @@ LastRecordInfo LastRecordOf(const dss7::InfoBlock& info, int32_t precision) {
     time[3 * k + 1] = static_cast<char>('0' + parts[k] % 10);
   }
   r.written_time.Assign(std::string_view(time, 8));
-  r.program.Assign(info.Program());
+  r.program.Assign(info.program);
   r.version = info.version;
   r.type = info.type;
   return r;
@@ -126,7 +126,7 @@ struct StoreArgs {
 
 int32_t StorePaired(const StoreArgs& a) {
   int32_t status = 0;
-  dss7::DssFile* file = FileOfTable(a.ifltab, &status);
+  container::RecordFile* file = FileOfTable(a.ifltab, &status);
   if (file == nullptr) return status;
   if (!StorablePathname(a.path)) return zspd::kBadPath;
   if (a.nord < 1) return zspd::kBadOrdinates;
@@ -138,14 +138,15 @@ int32_t StorePaired(const StoreArgs& a) {
     return zspd::kBadCount;
   }
   if (a.plan < 0 || a.plan > 2) return zspd::kBadCount;
-  if (file->read_only()) return zspd::kReadOnly;
+  if (file->file().read_only()) return zspd::kReadOnly;
   Status s = file->Refresh();
   if (s != Status::kOk) {
     NoteFileStatus(a.ifltab, s);
     return FatalCode(s);
   }
   const Options options = CurrentOptions();
-  if (options.protect && file->Exists(a.path)) {
+  container::RecordInfo existing;
+  if (options.protect && file->file().Lookup(a.path, &existing) == Status::kOk) {
     Message(2, " -----DSS---ZSPD:  Caution; record protected: ", a.path);
     return zspd::kExists;
   }
@@ -168,7 +169,7 @@ int32_t StorePaired(const StoreArgs& a) {
   }
   const std::string_view program =
       options.program == kDefaultProgram ? std::string_view() : options.program.View();
-  s = paired::WritePairedData(*file, a.path, d, static_cast<paired::WritePlan>(a.plan), program);
+  s = file->WritePaired(a.path, d, static_cast<paired::WritePlan>(a.plan), program);
   switch (s) {
     case Status::kOk:
       Message(3, " -----DSS---ZWRITE  ", a.path);
@@ -220,7 +221,7 @@ void DeliverLabels(const ReadArgs& a, const paired::PairedData& d) {
 
 int32_t ReadPaired(const ReadArgs& a) {
   int32_t status = 0;
-  dss7::DssFile* file = FileOfTable(a.ifltab, &status);
+  container::RecordFile* file = FileOfTable(a.ifltab, &status);
   if (file == nullptr) return status;
   Status s = file->Refresh();
   if (s != Status::kOk) {
@@ -228,9 +229,9 @@ int32_t ReadPaired(const ReadArgs& a) {
     return FatalCode(s);
   }
   paired::PairedData d;
-  dss7::InfoBlock info;
+  container::RecordInfo info;
   info.type = -1;
-  s = paired::ReadPairedData(*file, a.path, &d, &info);
+  s = file->ReadPairedNamed(a.path, &d, &info);
   if (info.type != -1) {
     SetLastRecordInfo(LastRecordOf(info, s == Status::kOk ? d.precision : 0));
   }

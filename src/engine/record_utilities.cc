@@ -18,7 +18,7 @@
 namespace varnock::engine {
 namespace {
 
-using dss7::DssFile;
+using container::RecordFile;
 using dss7::Status;
 
 // The first n characters of a buffer, never more than it holds.
@@ -38,11 +38,11 @@ void Message(int32_t level, const std::string& text) {
 }
 
 // Reads the header again so that writes through other tables on the file are seen.
-void Refresh(int32_t* ifltab, DssFile& file) {
+void Refresh(int32_t* ifltab, RecordFile& file) {
   NoteFileStatus(ifltab, file.Refresh());
 }
 
-int32_t ValueWords(const dss7::InfoBlock& info) {
+int32_t ValueWords(const container::RecordInfo& info) {
   int64_t words = 0;
   for (int area : {dss7::kValues1, dss7::kValues2, dss7::kValues3})
     words += std::clamp<int64_t>(info.area_length[area], 0, std::numeric_limits<int32_t>::max());
@@ -74,11 +74,9 @@ Status OnRecordNamed(std::string_view name, Op op) {
   return written.empty() || dss7::SamePath(written, name) ? s : op(std::string_view(written));
 }
 
-int32_t UndeleteAll(int32_t* ifltab, DssFile& file) {
-  std::vector<dss7::CatalogEntry> deleted;
-  dss7::CatalogFilter filter;
-  filter.which = dss7::CatalogFilter::Which::kDeleted;
-  Status s = file.Catalog(&deleted, filter);
+int32_t UndeleteAll(int32_t* ifltab, container::Container& file) {
+  std::vector<container::CatalogItem> deleted;
+  Status s = file.DeletedCatalog(&deleted);
   if (s != Status::kOk) {
     NoteFileStatus(ifltab, s);
     return FatalCode(s) != 0 ? FatalCode(s) : 1;
@@ -120,13 +118,13 @@ int32_t GuessRecordType(std::string_view path) {
 
 RecordTypeAnswer CheckRecordType(int32_t* ifltab, std::string_view path) {
   RecordTypeAnswer answer;
-  DssFile* file = FileOfTable(ifltab, nullptr);
+  RecordFile* file = FileOfTable(ifltab, nullptr);
   if (file == nullptr) return answer;
   const std::string_view name = TrimTrailingBlanks(path);
   Refresh(ifltab, *file);
-  dss7::InfoBlock info;
-  const Status s =
-      OnRecordNamed(name, [&](std::string_view named) { return file->Lookup(named, &info); });
+  container::RecordInfo info;
+  const Status s = OnRecordNamed(
+      name, [&](std::string_view named) { return file->file().Lookup(named, &info); });
   if (s == Status::kOk) {
     answer.found = true;
     answer.type = info.type;
@@ -141,14 +139,14 @@ RecordTypeAnswer CheckRecordType(int32_t* ifltab, std::string_view path) {
 
 bool RenameRecord(int32_t* ifltab, std::string_view path, int32_t npath, std::string_view new_path,
                   int32_t nnpath) {
-  DssFile* file = FileOfTable(ifltab, nullptr);
+  RecordFile* file = FileOfTable(ifltab, nullptr);
   if (file == nullptr) return false;
   const std::string_view old_given = Prefix(path, npath);
   const std::string_view new_name = Prefix(new_path, nnpath);
   if (old_given == new_name || new_name.empty()) return false;
   const std::string_view old_name = TrimTrailingBlanks(old_given);
   const Status s = OnRecordNamed(
-      old_name, [&](std::string_view named) { return file->Rename(named, new_name); });
+      old_name, [&](std::string_view named) { return file->file().Rename(named, new_name); });
   if (s == Status::kOk) {
     Message(3, " -----DSS---ZRENAM:  " + std::string(old_name) + " renamed to " +
                    std::string(new_name));
@@ -164,13 +162,14 @@ bool RenameRecord(int32_t* ifltab, std::string_view path, int32_t npath, std::st
 }
 
 bool DeleteRecord(int32_t* ifltab, std::string_view path) {
-  DssFile* file = FileOfTable(ifltab, nullptr);
+  RecordFile* file = FileOfTable(ifltab, nullptr);
   if (file == nullptr) return false;
   const std::string_view name = TrimTrailingBlanks(path);
-  const Status s = OnRecordNamed(name, [&](std::string_view named) { return file->Delete(named); });
+  const Status s =
+      OnRecordNamed(name, [&](std::string_view named) { return file->file().Delete(named); });
   if (s == Status::kOk) {
     Message(3, " -----DSS---ZDELET:  Record deleted: " + std::string(name));
-    if (file->header()[dss7::hdr::kRecordCount] == 0) {
+    if (file->Figures().records == 0) {
       Message(2, " -----DSS---ZDELET:  Warning; the file now holds no records");
     }
     return true;
@@ -184,12 +183,12 @@ bool DeleteRecord(int32_t* ifltab, std::string_view path) {
 
 int32_t UndeleteRecord(int32_t* ifltab, std::string_view path, int32_t npath) {
   int32_t status = 0;
-  DssFile* file = FileOfTable(ifltab, &status);
+  RecordFile* file = FileOfTable(ifltab, &status);
   if (file == nullptr) return status;
   const std::string_view name = Prefix(path, npath);
-  if (name == "ALL") return UndeleteAll(ifltab, *file);
+  if (name == "ALL") return UndeleteAll(ifltab, file->file());
   const Status s =
-      OnRecordNamed(name, [&](std::string_view named) { return file->Undelete(named); });
+      OnRecordNamed(name, [&](std::string_view named) { return file->file().Undelete(named); });
   switch (s) {
     case Status::kOk:
       Message(3, " -----DSS---ZUNDEL:  Record restored: " + std::string(name));
@@ -213,44 +212,39 @@ int32_t CopyRecord(int32_t* from_table, int32_t* to_table, std::string_view path
                    std::string_view new_path, int32_t header_words, int32_t data_words) {
   if (header_words <= 0 || data_words <= 0) return -1;
   int32_t status = 0;
-  DssFile* source = FileOfTable(from_table, &status);
+  RecordFile* source = FileOfTable(from_table, &status);
   if (source == nullptr) return status;
-  DssFile* target = FileOfTable(to_table, &status);
+  RecordFile* target = FileOfTable(to_table, &status);
   if (target == nullptr) return status;
   const std::string_view new_name = TrimTrailingBlanks(new_path);
 
   Refresh(from_table, *source);
   std::string old_name;  // as the file spells it
-  dss7::InfoBlock info;
+  container::RecordInfo info;
   Status s = OnRecordNamed(TrimTrailingBlanks(path), [&](std::string_view named) {
     old_name = named;
-    return source->Lookup(named, &info);
+    return source->file().Lookup(named, &info);
   });
   if (s != Status::kOk) {
     NoteFileStatus(from_table, s);
     return FatalCode(s) != 0 ? FatalCode(s) : 1;
-  }
-  // A source record whose areas lie outside the file fails here, not in the target.
-  s = dss7::CheckInfoBlock(info, source->physical_words());
-  if (s != Status::kOk) {
-    NoteFileStatus(from_table, s);
-    return FatalCode(s) != 0 ? FatalCode(s) : static_cast<int32_t>(Status::kDamaged);
   }
   if (info.area_length[dss7::kInternalHeader] > header_words ||
       info.area_length[dss7::kHeader2] > data_words) {
     return -2;
   }
   if (!dss7::IsStorablePath(new_name)) return 3;
-  if (target->read_only()) return -12;
+  if (target->file().read_only()) return -12;
   if (CurrentOptions().protect) {
     Refresh(to_table, *target);
-    if (target->Exists(new_name)) return -12;
+    container::RecordInfo existing;
+    if (target->file().Lookup(new_name, &existing) == Status::kOk) return -12;
   }
-  s = source->Copy(old_name, *target, new_name);
-  if (s == Status::kTypeMismatch) {
-    // HECLIB overwrites a target of another type; the file layer rewrites only like with like.
-    s = target->Delete(new_name);
-    if (s == Status::kOk) s = source->Copy(old_name, *target, new_name);
+  s = source->CopyRecord(old_name, *target, new_name);
+  if (s == Status::kDamaged || s == Status::kPathMismatch) {
+    // The source record itself fails its checks (a target fault is an I/O status).
+    NoteFileStatus(from_table, s);
+    return static_cast<int32_t>(s);
   }
   switch (s) {
     case Status::kOk:

@@ -160,6 +160,8 @@ TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
   ASSERT_EQ(WriteRecord(table_, "/A/B/C///SRC/", 300, 4), dss7::Status::kOk);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///DUP/"), 0);
   EXPECT_EQ(DataType(table_, "/A/B/C///DUP/"), (TypeAnswer{1, 4, 300, "TXT"}));
+  EXPECT_EQ(Copy(table_, table_, "/A/B/C///DUP/", "/A/B/C///DUP/"), 0);  // onto itself
+  EXPECT_EQ(DataType(table_, "/A/B/C///DUP/"), (TypeAnswer{1, 4, 300, "TXT"}));
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///ABSENT/", "/A/B/C///X/"), 1);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 0, 10), -1);
   EXPECT_EQ(Copy(table_, table_, "/A/B/C///SRC/", "/A/B/C///X/", 10, -3), -1);
@@ -226,6 +228,76 @@ TEST_F(RecordUtilitiesTest, UtilitiesOnTheReferenceFile) {
   EXPECT_EQ(fixture.Ask("DELE"), "1");
 }
 
+// ZRRTS of `n` hourly values from 01JAN2021 01:00; the status goes into *status.
+std::vector<float> Hourly(Table& table, const std::string& path, int32_t n, int32_t* status) {
+  std::vector<float> values(static_cast<std::size_t>(n));
+  char units[8], type[8];
+  int32_t offset = 0;
+  ZRRTS_(table.data(), path.data(), static_cast<int32_t>(path.size()), "01JAN2021", 9, "0100", 4,
+         &n, values.data(), units, 8, type, 8, &offset, status);
+  values.resize(static_cast<std::size_t>(std::max(n, 0)));
+  return values;
+}
+
+// The utilities on HEC's DSS-6 file, and copies from it into a DSS-7 file and back: the
+// values read through ZRRTS stay the same every way.
+TEST_F(RecordUtilitiesTest, UtilitiesOnTheVersionSixReferenceFile) {
+  VARNOCK_REQUIRE_FIXTURE(source, "fixture6.dss");
+  Table fixture;
+  ASSERT_EQ(fixture.Open(folder_.CopyIn(source, "fixture6.dss")), 0);
+  const std::string hourly = "/FIXTURES/HOURLY/FLOW/01JAN2021/1HOUR/F77-ZSRTS/";
+  const std::pair<std::string, const char*> kinds[] = {
+      {hourly, "RTS"},
+      {"/FIXTURES/HOURLY/ELEV/01JUL2021/6HOUR/C-DOUBLE/", "RTD"},
+      {"/FIXTURES/NOTES/README///C-ZTEXTSTORE/", "TXT"},
+      {"/FIXTURES/RESERVOIR/ELEV-AREA///C-ZPDSTORE/", "PDD"},
+      {"/fixtures/reservoir/elev-storage///f77-zspd/", "PD "},
+      {"/FIXTURES/GAGE/FLOW/01Jun2021/IR-Day/F77-ZSITS/", "ITS"},
+      {"/FIXTURES/GAGE/FLOW/01JUL2021/IR-DAY/ABSENT/", "ITS"}};
+  for (const auto& [path, code] : kinds) {
+    const TypeAnswer a = DataType(fixture, path);
+    EXPECT_EQ(a.code, code) << path;
+    EXPECT_EQ(a.found != 0, std::string(path).find("ABSENT") == std::string::npos) << path;
+  }
+  int32_t status = -1;
+  const std::vector<float> original = Hourly(fixture, hourly, 48, &status);
+  ASSERT_LE(status, 4);
+
+  const TypeAnswer stored = DataType(fixture, hourly);
+  const std::string moved = "/FIXTURES/HOURLY/FLOW/01JAN2021/1HOUR/MOVED/";
+  const auto length = static_cast<int32_t>(moved.size());
+  EXPECT_TRUE(Rename(fixture, hourly, static_cast<int32_t>(hourly.size()), moved, length));
+  EXPECT_EQ(DataType(fixture, moved), stored);
+  EXPECT_TRUE(Delete(fixture, moved));
+  EXPECT_FALSE(Delete(fixture, moved));
+  EXPECT_EQ(Undelete(fixture, moved, length), 0);
+  EXPECT_EQ(Undelete(fixture, moved, length), 2);
+  EXPECT_EQ(Undelete(fixture, "/FIXTURES/NO/SUCH///RECORD/", 27), 1);
+
+  // Within the DSS-6 file the record travels whole; into DSS-7 and back it is converted.
+  const std::string same = "/X/Y/FLOW/01JAN2021/1HOUR/SAME/";
+  const std::string back = "/X/Y/FLOW/01JAN2021/1HOUR/BACK/";
+  EXPECT_EQ(Copy(fixture, fixture, moved, same), 0);
+  EXPECT_EQ(DataType(fixture, same), stored);
+  EXPECT_EQ(Copy(fixture, fixture, same, "/x/y/flow/01jan2021/1hour/same/"), 0);  // onto itself
+  EXPECT_EQ(DataType(fixture, same), stored);
+  EXPECT_EQ(Copy(fixture, table_, moved, hourly), 0);
+  EXPECT_EQ(DataType(table_, hourly).type, 100);
+  EXPECT_EQ(Copy(table_, fixture, hourly, back), 0);
+  EXPECT_EQ(DataType(fixture, back).type, 100);
+  for (auto [table, path] : {std::pair{&fixture, same}, {&table_, hourly}, {&fixture, back}}) {
+    EXPECT_EQ(Hourly(*table, path, 48, &status), original) << path;
+    EXPECT_LE(status, 4);
+  }
+  // Every other kind crosses as well (the hourly record was renamed away above).
+  for (const auto& [path, code] : kinds) {
+    if (path == hourly || path.find("ABSENT") != std::string::npos) continue;
+    EXPECT_EQ(Copy(fixture, table_, path, path), 0) << path;
+    EXPECT_EQ(DataType(table_, path).code, code) << path;
+  }
+  EXPECT_EQ(fixture.Ask("STAT"), "0");
+}
+
 TEST_F(RecordUtilitiesTest, NamesAsTheHeclib6CatalogListsThemFindTheirRecords) {
   // The catalog lists "15Minute" and "1Month" as "15MIN" and "1MON"; each utility takes them.
   const std::string quarter = "/A/B/FLOW/01Jan2020/15Minute/F/";
@@ -248,33 +320,42 @@ TEST_F(RecordUtilitiesTest, NamesAsTheHeclib6CatalogListsThemFindTheirRecords) {
 }
 
 TEST_F(RecordUtilitiesTest, DamagedFilesGiveStatusesNeverFaults) {
-  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
+  // DSS-6 looks names up upper-cased, so one name serves both files; the copy from the DSS-6
+  // file into the DSS-7 table converts the record.
   const std::string hourly = "/FIXTURES/HOURLY/FLOW/01Jan2021/1Hour/F77-ZSRTS/";
-  std::ifstream in(source, std::ios::binary);
-  const std::string clean((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  std::mt19937 rng(99);
-  for (int round = 0; round < 60; ++round) {
-    std::string bytes = clean;
-    // Mostly the index and records; now and then the header too.
-    const std::size_t from = round % 5 == 0 ? 0 : 800;
-    for (int n = 0; n < 40; ++n)
-      bytes[from + rng() % (bytes.size() - from)] = static_cast<char>(rng());
-    const std::string name = folder_.File("hostile.dss");
-    std::ofstream(name, std::ios::binary | std::ios::trunc) << bytes;
-    Table hostile;
-    const int32_t opened = hostile.Open(name);
-    ASSERT_TRUE(opened == 0 || opened == -2 || opened == -3 || opened == -6) << opened;
-    if (opened != 0) continue;
-    testing::CatalogLines(hostile, folder_.File("hostile.dsc"), round % 2 == 0);
-    DataType(hostile, hourly);
-    const int32_t copied = Copy(hostile, table_, hourly, "/A/B/C///COPY/");
-    ASSERT_TRUE(copied == 0 || copied == 1 || copied == -2 || copied >= 10) << copied;
-    Rename(hostile, hourly, 48, "/X/Y/Z///R/", 11);
-    Delete(hostile, "/FIXTURES/NOTES/README///C-ZTEXTSTORE/");
-    const int32_t undeleted = Undelete(hostile, "ALL", 3);
-    ASSERT_TRUE(undeleted == 0 || undeleted == 1 || undeleted >= 10) << undeleted;
-    for (const char* key : {"NREC", "DELE", "SIZE", "DEAD", "FDAT", "LWTI", "STAT"})
-      hostile.Ask(key);
+  for (const char* file : {"fixture7.dss", "fixture6.dss"}) {
+    SCOPED_TRACE(file);
+    VARNOCK_REQUIRE_FIXTURE(source, file);
+    std::ifstream in(source, std::ios::binary);
+    const std::string clean((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::mt19937 rng(99);
+    for (int round = 0; round < 60; ++round) {
+      std::string bytes = clean;
+      // Mostly the index and records; now and then the header too.
+      const std::size_t from = round % 5 == 0 ? 0 : 800;
+      for (int n = 0; n < 40; ++n)
+        bytes[from + rng() % (bytes.size() - from)] = static_cast<char>(rng());
+      const std::string name = folder_.File("hostile.dss");
+      std::ofstream(name, std::ios::binary | std::ios::trunc) << bytes;
+      Table hostile;
+      const int32_t opened = hostile.Open(name);
+      ASSERT_TRUE(opened == 0 || opened == -1 || opened == -2 || opened == -3 || opened == -6)
+          << opened;
+      if (opened != 0) continue;
+      testing::CatalogLines(hostile, folder_.File("hostile.dsc"), round % 2 == 0);
+      DataType(hostile, hourly);
+      int32_t status = 0;
+      Hourly(hostile, hourly, 30, &status);
+      ASSERT_TRUE(status <= 5 || status >= 10) << status;
+      const int32_t copied = Copy(hostile, table_, hourly, "/A/B/C///COPY/");
+      ASSERT_TRUE(copied == 0 || copied == 1 || copied == -2 || copied >= 10) << copied;
+      Rename(hostile, hourly, 48, "/X/Y/Z///R/", 11);
+      Delete(hostile, "/FIXTURES/NOTES/README///C-ZTEXTSTORE/");
+      const int32_t undeleted = Undelete(hostile, "ALL", 3);
+      ASSERT_TRUE(undeleted == 0 || undeleted == 1 || undeleted >= 10) << undeleted;
+      for (const char* key : {"NREC", "DELE", "SIZE", "DEAD", "FDAT", "LWTI", "STAT"})
+        hostile.Ask(key);
+    }
   }
   EXPECT_EQ(table_.Ask("STAT"), "0");
 }

@@ -31,9 +31,15 @@ struct Table {
     ZOPEN_(words.data(), name.data(), static_cast<int32_t>(name.size()), &status);
     return status;
   }
-  dss7::DssFile& file() {
-    dss7::DssFile* f = FileOfTable(words.data(), nullptr);
+  container::RecordFile& records() {
+    container::RecordFile* f = FileOfTable(words.data(), nullptr);
     if (f == nullptr) throw std::runtime_error("table not open");
+    return *f;
+  }
+  // The DSS-7 file layer of the table's file.
+  dss7::DssFile& file() {
+    dss7::DssFile* f = container::Dss7FileOf(records());
+    if (f == nullptr) throw std::runtime_error("not a DSS-7 file");
     return *f;
   }
   // Number answer, or text answer when no number came back.

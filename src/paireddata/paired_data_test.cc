@@ -69,10 +69,16 @@ TEST(PairedDataTest, OrdinateLayoutAndXml) {
             std::string::npos);
 }
 
-TEST(PairedDataTest, StoreAndRetrieveWithLabels) {
+// The parameter is the DSS version of the new file.
+class PairedDataVersions : public ::testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Versions, PairedDataVersions, ::testing::Values(6, 7),
+                         [](const auto& info) { return "DSS" + std::to_string(info.param); });
+
+TEST_P(PairedDataVersions, StoreAndRetrieveWithLabels) {
   testing::TempFolder folder;
   auto db = std::make_shared<DSSDatabase>();
   db->Name(folder.File("paired.dss"));
+  db->Setting("DSSV", Variant(GetParam()));
   db->Connect(true);
   auto pd = std::make_shared<PairedData>();
   pd->Pathname()->Name("/BASIN/GAUGE/STAGE-FLOW///RATING/");
@@ -110,14 +116,16 @@ TEST(PairedDataTest, StoreAndRetrieveWithLabels) {
 }
 
 TEST(PairedDataTest, TimeSeriesIsNotPairedData) {
-  VARNOCK_REQUIRE_FIXTURE(source, "fixture7.dss");
-  testing::TempFolder folder;
-  auto db = ConnectedCopy(source, folder);
-  auto pd = std::make_shared<PairedData>();
-  pd->Pathname()->Name("/FIXTURES/DAILY/STAGE/01Jan2020/1Day/C-ZTSSTORE/");
-  const AutomationError error = CaughtError([&] { pd->Retrieve(db); });
-  EXPECT_EQ(error.Description(), "Record is not paired data");
-  EXPECT_EQ(error.HelpContext(), 518);
+  for (const char* file : {"fixture7.dss", "fixture6.dss"}) {
+    VARNOCK_REQUIRE_FIXTURE(source, file);
+    testing::TempFolder folder;
+    auto db = ConnectedCopy(source, folder);
+    auto pd = std::make_shared<PairedData>();
+    pd->Pathname()->Name("/FIXTURES/DAILY/STAGE/01Jan2020/1Day/C-ZTSSTORE/");
+    const AutomationError error = CaughtError([&] { pd->Retrieve(db); });
+    EXPECT_EQ(error.Description(), "Record is not paired data") << file;
+    EXPECT_EQ(error.HelpContext(), 518);
+  }
 }
 
 TEST(PairedDataTest, ReferenceCurvesReadAsHecWroteThem) {

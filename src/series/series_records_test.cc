@@ -1,4 +1,4 @@
-// Series stored in and retrieved from DSS files through the public classes.
+// Series stored in and retrieved from DSS files of both versions through the public classes.
 #include <gtest/gtest.h>
 
 #include "tests/support/caught_error.h"
@@ -17,14 +17,22 @@ using testing::CaughtError;
 
 using testing::TempFolder;
 
-std::shared_ptr<DSSDatabase> NewDatabase(const TempFolder& folder, const std::string& name) {
-  auto db = std::make_shared<DSSDatabase>();
-  db->Name(folder.File(name));
-  db->Connect(true);
-  return db;
-}
+// The parameter is the DSS version of the new files.
+class SeriesRecordsTest : public ::testing::TestWithParam<int> {
+ protected:
+  std::shared_ptr<DSSDatabase> NewDatabase(const TempFolder& folder, const std::string& name) {
+    auto db = std::make_shared<DSSDatabase>();
+    db->Name(folder.File(name));
+    db->Setting("DSSV", Variant(GetParam()));
+    db->Connect(true);
+    EXPECT_EQ(db->Inquire("FVER").ToString().substr(0, 1), std::to_string(GetParam()));
+    return db;
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Versions, SeriesRecordsTest, ::testing::Values(6, 7),
+                         [](const auto& info) { return "DSS" + std::to_string(info.param); });
 
-TEST(SeriesRecordsTest, RegularSeriesRoundTripAcrossBlocks) {
+TEST_P(SeriesRecordsTest, RegularSeriesRoundTripAcrossBlocks) {
   TempFolder folder;
   auto db = NewDatabase(folder, "regular.dss");
   auto ts = std::make_shared<RegularTimeSeries>();
@@ -79,7 +87,7 @@ TEST(SeriesRecordsTest, RegularSeriesRoundTripAcrossBlocks) {
   EXPECT_EQ(back->RecordDataType(db), "RTS");
 }
 
-TEST(SeriesRecordsTest, RegularGatewayStatusesBecomeErrors) {
+TEST_P(SeriesRecordsTest, RegularGatewayStatusesBecomeErrors) {
   TempFolder folder;
   auto db = NewDatabase(folder, "statuses.dss");
   auto ts = std::make_shared<RegularTimeSeries>();
@@ -100,7 +108,7 @@ TEST(SeriesRecordsTest, RegularGatewayStatusesBecomeErrors) {
   EXPECT_EQ(not_open.Description(), "No DSS file connected");
 }
 
-TEST(SeriesRecordsTest, IrregularSeriesRoundTripAndBufferGrowth) {
+TEST_P(SeriesRecordsTest, IrregularSeriesRoundTripAndBufferGrowth) {
   TempFolder folder;
   auto db = NewDatabase(folder, "irregular.dss");
   auto ts = std::make_shared<IrregTimeSeries>();

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/container/record_file.h"
 #include "engine/container/record_reader.h"
 #include "engine/dss7/dss_file.h"
 
@@ -68,8 +69,16 @@ std::unique_ptr<engine::dss7::DssFile> OpenDss(const std::string& path, bool wri
 // `writable`, for the writes its container offers), or fails with the tool's texts.
 std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& path,
                                                              bool writable = false);
-// Opens an existing DSS file for writing, or creates a new one.
-std::unique_ptr<engine::dss7::DssFile> OpenOrCreateDss(const std::string& path);
+// Opens an existing DSS file of either version for copies and stores (read-only unless
+// `writable`), or fails with the tool's texts.
+std::unique_ptr<engine::container::RecordFile> OpenRecordFile(const std::string& path,
+                                                              bool writable);
+// Opens an existing DSS file of either version for writing, or creates a new one of
+// `new_version` (6 or 7).
+std::unique_ptr<engine::container::RecordFile> OpenOrCreateRecordFile(const std::string& path,
+                                                                      int new_version);
+// The --new-version option of commands that may create a file: 6 or 7, 7 when not given.
+int NewFileVersion(const Arguments& args);
 // Fails when a file-layer call did not succeed. Damage and read errors always exit kExitFile,
 // refused writes kExitWriteFailed, whatever the command; other statuses exit `code`.
 void Check(engine::dss7::Status status, ExitCode code, const std::string& what);

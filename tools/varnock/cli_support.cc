@@ -111,10 +111,7 @@ std::string OpenFailureText(const std::string& path, dss7::Status status) {
       dss7::VersionInfo version;
       if (dss7::Ok(dss7::PosixFileIO::Open(path, dss7::PosixFileIO::Mode::kReadOnly, &io)) &&
           dss7::Ok(dss7::DssFile::ProbeVersion(*io, &version)))
-        found = " (the file is DSS version " + version.text +
-                (version.major == 6
-                     ? "; this command works on version 7 files: 'varnock convert' makes one)"
-                     : "; varnock reads versions 6 and 7)");
+        found = " (the file is DSS version " + version.text + "; varnock reads versions 6 and 7)";
       return "Can't open " + path + ": incompatible DSS versions." + found;
     }
     case dss7::Status::kNotDssFile:
@@ -166,16 +163,43 @@ std::unique_ptr<engine::container::RecordReader> OpenRecords(const std::string& 
   return reader;
 }
 
-std::unique_ptr<dss7::DssFile> OpenOrCreateDss(const std::string& path) {
+std::unique_ptr<engine::container::RecordFile> OpenRecordFile(const std::string& path,
+                                                              bool writable) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(path, ignored))
+    throw Failure(kExitFile, "Unable to connect to the DSS file: " + path);
   RequireNotFolder(path);
-  dss7::FileOptions options;
+  engine::container::OpenOptions options;
+  options.read_only = !writable;
   options.program = "varnock";
-  std::unique_ptr<dss7::DssFile> file;
-  bool created = false;
-  const dss7::Status status = dss7::DssFile::OpenOrCreate(path, {}, options, &file, &created);
+  std::unique_ptr<engine::container::RecordFile> file;
+  const dss7::Status status = engine::container::OpenRecordFile(path, options, &file);
   if (!dss7::Ok(status)) throw Failure(kExitFile, OpenFailureText(path, status));
-  if (file->read_only()) throw Failure(kExitWriteFailed, path + " can only be opened read-only");
+  if (writable && file->file().read_only())
+    throw Failure(kExitWriteFailed, path + " can only be opened read-only");
   return file;
+}
+
+std::unique_ptr<engine::container::RecordFile> OpenOrCreateRecordFile(const std::string& path,
+                                                                      int new_version) {
+  RequireNotFolder(path);
+  engine::container::OpenOptions options;
+  options.program = "varnock";
+  std::unique_ptr<engine::container::RecordFile> file;
+  bool created = false;
+  const dss7::Status status =
+      engine::container::OpenOrCreateRecordFile(path, new_version, options, &file, &created);
+  if (!dss7::Ok(status)) throw Failure(kExitFile, OpenFailureText(path, status));
+  if (file->file().read_only())
+    throw Failure(kExitWriteFailed, path + " can only be opened read-only");
+  return file;
+}
+
+int NewFileVersion(const Arguments& args) {
+  const std::optional<std::string> given = args.Option("new-version");
+  if (!given) return 7;
+  if (*given == "6" || *given == "7") return *given == "6" ? 6 : 7;
+  throw Failure(kExitUsage, "--new-version takes 6 or 7, not '" + *given + "'");
 }
 
 bool IsTimeSeries(int32_t type) {

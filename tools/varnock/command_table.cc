@@ -35,10 +35,11 @@ const std::vector<Command>& Commands() {
        RunExport},
       {"import", "store one time series from CSV",
        "usage: varnock import FILE CSV [--path PATHNAME] [--units U] [--type T] [--doubles]\n"
-       "                      [--aggregate RULE]\n\n"
+       "                      [--aggregate RULE] [--new-version 6|7]\n\n"
        "Stores the rows of a CSV file as written by 'varnock export' (or any file of\n"
        "time,value[,quality] rows, with or without a header line, RFC 4180 quoting)\n"
-       "into FILE, created when missing. The series is regular or irregular by its E\n"
+       "into FILE of either DSS version, created when missing (version 7, or\n"
+       "--new-version). The series is regular or irregular by its E\n"
        "part; options override the CSV's comment lines. Times are YYYY-MM-DDTHH:MM:SS\n"
        "or HEC's 01Jan2021 2400; values are finite decimal numbers (within float range\n"
        "unless --doubles); quality is a 32-bit flag word in decimal.\n"
@@ -61,12 +62,15 @@ const std::vector<Command>& Commands() {
        "               place of its first block\n",
        RunCatalog},
       {"copy", "copy records between files or within one",
-       "usage: varnock copy SOURCE DEST [PATTERN] [--to PATHNAME]\n\n"
+       "usage: varnock copy SOURCE DEST [PATTERN] [--to PATHNAME] [--new-version 6|7]\n\n"
        "Copies every record of SOURCE that matches PATTERN (all when omitted) into\n"
-       "DEST, which is created when missing. Records travel whole, so every record\n"
-       "type copies. --to gives the copy a new pathname (one record only); copying\n"
-       "within one file needs it. A time-series record keeps its D and E parts: a new\n"
-       "name that changes them is refused, and nothing is created.\n",
+       "DEST, which is created when missing (DSS version 7, or --new-version). Between\n"
+       "files of one version records travel whole, so every record type copies;\n"
+       "between versions each record is converted (DSS-6 upper-cases its D and E\n"
+       "parts, and each version keeps its own missing marker). --to gives the copy a\n"
+       "new pathname (one record only); copying within one file needs it. A\n"
+       "time-series record keeps its D and E parts: a new name that changes them is\n"
+       "refused, and nothing is created.\n",
        RunCopy},
       {"rename", "rename a record",
        "usage: varnock rename FILE PATHNAME NEW-PATHNAME\n\nGives a record a new pathname; a "

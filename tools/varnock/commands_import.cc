@@ -12,6 +12,7 @@
 
 #include "cli.h"
 #include "csv.h"
+#include "engine/series/classic.h"
 #include "engine/series/series.h"
 
 namespace varnock::cli {
@@ -138,7 +139,8 @@ void Describe(const CsvSeries& csv, const std::vector<double>& values,
   }
 }
 
-void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::Interval& interval) {
+void StoreRegularRuns(series::SeriesFile& file, const CsvSeries& csv,
+                      const series::Interval& interval) {
   // Rows that follow one another slot by slot go in one store, one block at a time; a gap ends
   // the run, so slots and blocks the export left out stay unwritten.
   Progress progress("storing", static_cast<int64_t>(csv.rows.size()));
@@ -166,13 +168,13 @@ void StoreRegularRuns(dss7::DssFile& file, const CsvSeries& csv, const series::I
     series::RegularStore store;
     Describe(csv, values, quality, &store);
     store.start = csv.rows[begin].time;
-    RequireStored(series::StoreRegular(file, store), csv.path);
+    RequireStored(file.StoreRegular(store), csv.path);
     progress.Advance(static_cast<int64_t>(end));
     begin = end;
   }
 }
 
-void StoreIrregularRows(dss7::DssFile& file, const CsvSeries& csv) {
+void StoreIrregularRows(series::SeriesFile& file, const CsvSeries& csv) {
   std::vector<series::Instant> times;
   std::vector<double> values;
   std::vector<int32_t> quality;
@@ -184,13 +186,14 @@ void StoreIrregularRows(dss7::DssFile& file, const CsvSeries& csv) {
   series::IrregularStore store;
   Describe(csv, values, quality, &store);
   store.times = times;
-  RequireStored(series::StoreIrregular(file, store), csv.path);
+  RequireStored(file.StoreIrregular(store), csv.path);
 }
 
 }  // namespace
 
 int RunImport(const std::vector<std::string>& raw) {
-  const Arguments args(raw, {"path", "units", "type", "aggregate"}, {"doubles"});
+  const Arguments args(raw, {"path", "units", "type", "aggregate", "new-version"}, {"doubles"});
+  const int new_version = NewFileVersion(args);
   args.RequireCount(2, 2,
                     "varnock import FILE CSV [--path PATHNAME] [--units U] [--type T] "
                     "[--doubles] [--aggregate RULE]");
@@ -220,13 +223,13 @@ int RunImport(const std::vector<std::string>& raw) {
     RequireOnGrid(csv, *parsed.interval, csv_name);
   }
 
-  auto file = OpenOrCreateDss(args.At(0));
+  auto file = OpenOrCreateRecordFile(args.At(0), new_version);
   if (regular) {
     StoreRegularRuns(*file, csv, *parsed.interval);
   } else {
     StoreIrregularRows(*file, csv);
   }
-  Check(file->Close(), kExitWriteFailed, "cannot close " + args.At(0));
+  Check(file->file().Close(), kExitWriteFailed, "cannot close " + args.At(0));
   const auto plural = [](size_t n) { return n == 1 ? "" : "s"; };
   if (readings == csv.rows.size()) {
     std::fprintf(stderr, "imported %zu value%s into %s\n", readings, plural(readings),

@@ -45,35 +45,45 @@ void PrintCount(const char* verb, size_t count) {
 }  // namespace
 
 int RunCopy(const std::vector<std::string>& raw) {
-  const Arguments args(raw, {"to"}, {});
-  args.RequireCount(2, 3, "varnock copy SOURCE DEST [PATTERN] [--to PATHNAME]");
+  const Arguments args(raw, {"to", "new-version"}, {});
+  args.RequireCount(2, 3, "varnock copy SOURCE DEST [PATTERN] [--to PATHNAME] [--new-version 6|7]");
   const std::string& source_name = args.At(0);
   const std::string& target_name = args.At(1);
   std::optional<std::string> to;
   if (auto given = args.Option("to")) to = RequirePathname(*given, "--to");
+  const int new_version = NewFileVersion(args);
   const std::vector<PathPattern> patterns = PatternsFrom(args, 2);
   const bool same_file = SameFile(source_name, target_name);
   if (same_file && !to) throw Failure(kExitUsage, "copying within one file needs --to PATHNAME");
-  auto source = OpenDss(source_name, same_file);
+  auto source = OpenRecordFile(source_name, same_file);
 
   // Everything is checked before the destination is opened, so a refused copy creates nothing.
-  const auto records = MatchingRecords(*source, true, patterns, {});
+  std::vector<engine::container::CatalogItem> records;
+  Check(source->file().SortedCatalog(&records), kExitFile, "cannot read the catalog");
+  std::erase_if(records, [&](const auto& item) { return !AnyMatches(patterns, item.listed_path); });
   if (records.empty()) throw Failure(kExitNotFound, "no record matches");
   if (to && records.size() != 1)
     throw Failure(kExitUsage, "--to needs a pattern that matches exactly one record");
   if (to) RequireSameBlockParts(records.front().type, records.front().path, *to);
 
-  std::unique_ptr<dss7::DssFile> target_file;
-  if (!same_file) target_file = OpenOrCreateDss(target_name);
-  dss7::DssFile& target = same_file ? *source : *target_file;
+  std::unique_ptr<engine::container::RecordFile> target_file;
+  if (!same_file) target_file = OpenOrCreateRecordFile(target_name, new_version);
+  engine::container::RecordFile& target = same_file ? *source : *target_file;
   Progress progress("copying", static_cast<int64_t>(records.size()));
   size_t done = 0;
   for (const auto& record : records) {
-    CheckListed(source->Copy(record.path, target, to ? *to : record.path),
-                "cannot copy " + record.path);
+    const std::string what = "cannot copy " + record.listed_path;
+    const dss7::Status status = source->CopyRecord(record.path, target, to ? *to : record.path);
+    // Between versions a record is converted: some kinds have no form in the other version.
+    if (status == dss7::Status::kTypeMismatch)
+      throw Failure(kExitFailure, what + ": record type " + std::to_string(record.type) +
+                                      " has no form in DSS version " +
+                                      std::to_string(target.file().MajorVersion()));
+    CheckListed(status, what);
     progress.Advance(static_cast<int64_t>(++done));
   }
-  if (target_file) Check(target_file->Close(), kExitWriteFailed, "cannot close " + target_name);
+  if (target_file)
+    Check(target_file->file().Close(), kExitWriteFailed, "cannot close " + target_name);
   progress.Done();
   PrintCount("copied", done);
   return kExitOk;

@@ -29,6 +29,7 @@ struct CatalogItem {
   std::string listed_path;  // as HEC's catalog shows it (DSS-6: "~" E parts of pseudo-regular)
   int32_t type = 0;
   int64_t info_address = 0;
+  std::string tag;  // DSS-6 keeps one per record; empty in DSS-7
 };
 
 // The version-neutral part of a record's info block.
@@ -43,6 +44,8 @@ struct RecordInfo {
   int32_t precision = -1;
   int32_t pseudo_interval = 0;                    // DSS-6: minutes of a "~" E part, else 0
   std::array<int64_t, kAreaCount> area_length{};  // int32s
+  std::string program;                            // the program that last wrote it
+  int64_t last_write_ms = 0;                      // since 1970; 0 when unknown
 };
 
 struct RecordAreas {

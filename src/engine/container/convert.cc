@@ -1,5 +1,6 @@
 #include <string>
 
+#include "engine/container/record_file.h"
 #include "engine/container/record_writer.h"
 #include "engine/fixed_text.h"
 #include "engine/paired/record_io.h"
@@ -70,56 +71,76 @@ std::unique_ptr<RecordWriter> MakeDss7RecordWriter(dss7::DssFile& file) {
   return std::make_unique<Dss7RecordWriter>(file);
 }
 
+namespace {
+
+// Refusals that are not the file's doing.
+enum class Refusal { kNone, kNoValues, kNoForm };
+
+Status Convert(RecordReader& source, const CatalogItem& c, RecordWriter& target,
+               std::string_view target_path, Refusal* refusal) {
+  *refusal = Refusal::kNone;
+  if (IsSeries(c.type)) {
+    series::SeriesRead block;
+    Status r = source.ReadSeriesBlock(c, &block);
+    if (r != Status::kOk) return r;
+    if (block.values.empty()) {
+      *refusal = Refusal::kNoValues;
+      return Status::kInvalidArgument;
+    }
+    for (double& v : block.values)
+      if (series::IsMissing(v)) v = target.NeverWritten();
+    Trim(&block.units);
+    Trim(&block.type);
+    return target.StoreSeriesBlock(target_path, c.type, block);
+  }
+  if (c.type >= 200 && c.type < 210) {
+    paired::PairedData data;
+    const Status r = source.ReadPaired(c, &data);
+    if (r != Status::kOk) return r;
+    for (auto* text : {&data.units_independent, &data.type_independent, &data.units_dependent,
+                       &data.type_dependent})
+      Trim(text);
+    return target.StorePaired(target_path, data);
+  }
+  if (c.type == 300 || (c.type == 310 && target.MajorVersion() == 7)) {
+    paired::TextData data;
+    const Status r = source.ReadText(c, &data);
+    return r == Status::kOk ? target.StoreText(target_path, data) : r;
+  }
+  *refusal = Refusal::kNoForm;
+  return Status::kTypeMismatch;
+}
+
+}  // namespace
+
+Status ConvertRecord(RecordReader& source, const CatalogItem& item, RecordWriter& target,
+                     std::string_view target_path) {
+  Refusal refusal;
+  return Convert(source, item, target, target_path, &refusal);
+}
+
 Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary,
                       const std::function<void(int64_t, int64_t)>& progress) {
   *summary = {};
   std::vector<CatalogItem> items;
   const Status s = source.file().Catalog(&items);
   if (s != Status::kOk) return s;
-  const auto skip = [summary](const CatalogItem& c, const std::string& why) {
-    summary->skipped.emplace_back(c.listed_path, why);
-  };
   const auto total = static_cast<int64_t>(items.size());
   int64_t done = 0;
   for (const auto& c : items) {
     if (progress) progress(done++, total);
-    Status r = Status::kOk;
-    if (IsSeries(c.type)) {
-      series::SeriesRead block;
-      r = source.ReadSeriesBlock(c, &block);
-      if (r == Status::kOk && block.values.empty()) {
-        skip(c, "no values");
-        continue;
-      }
-      if (r == Status::kOk) {
-        for (double& v : block.values)
-          if (series::IsMissing(v)) v = target.NeverWritten();
-        Trim(&block.units);
-        Trim(&block.type);
-        r = target.StoreSeriesBlock(c.path, c.type, block);
-      }
-    } else if (c.type >= 200 && c.type < 210) {
-      paired::PairedData data;
-      r = source.ReadPaired(c, &data);
-      if (r == Status::kOk) {
-        for (auto* text : {&data.units_independent, &data.type_independent, &data.units_dependent,
-                           &data.type_dependent})
-          Trim(text);
-        r = target.StorePaired(c.path, data);
-      }
-    } else if (c.type == 300 || (c.type == 310 && target.MajorVersion() == 7)) {
-      paired::TextData data;
-      r = source.ReadText(c, &data);
-      if (r == Status::kOk) r = target.StoreText(c.path, data);
-    } else {
-      skip(c, "record type " + std::to_string(c.type) + " has no form in DSS version " +
-                  std::to_string(target.MajorVersion()));
-      continue;
-    }
+    Refusal refusal;
+    const Status r = Convert(source, c, target, c.path, &refusal);
     if (r == Status::kOk) {
       ++summary->converted;
+    } else if (refusal == Refusal::kNoForm) {
+      summary->skipped.emplace_back(c.listed_path, "record type " + std::to_string(c.type) +
+                                                       " has no form in DSS version " +
+                                                       std::to_string(target.MajorVersion()));
+    } else if (refusal == Refusal::kNoValues) {
+      summary->skipped.emplace_back(c.listed_path, "no values");
     } else {
-      skip(c, dss7::StatusText(r));
+      summary->skipped.emplace_back(c.listed_path, dss7::StatusText(r));
     }
   }
   if (progress) progress(done, total);

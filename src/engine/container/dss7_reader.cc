@@ -1,9 +1,10 @@
 // DSS-7 behind the version-neutral interfaces: an adapter over DssFile and the existing
-// series, paired-data and text readers.
+// series, paired-data and text readers and writers.
+#include <algorithm>
 #include <ctime>
 #include <memory>
 
-#include "engine/container/record_reader.h"
+#include "engine/container/record_file.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/paired/record_io.h"
 
@@ -29,6 +30,8 @@ RecordInfo ToRecordInfo(const dss7::InfoBlock& b) {
   r.version = b.version;
   r.logical_count = b.logical_count;
   r.area_length = b.area_length;
+  r.program = b.Program();
+  r.last_write_ms = b.last_write_ms;
   return r;
 }
 
@@ -105,11 +108,13 @@ class Dss7Container final : public Container {
   std::unique_ptr<dss7::DssFile> file_;
 };
 
-class Dss7RecordReader final : public RecordReader {
+class Dss7RecordFile final : public RecordFile {
  public:
-  explicit Dss7RecordReader(std::unique_ptr<dss7::DssFile> file) : file_(std::move(file)) {}
+  explicit Dss7RecordFile(std::unique_ptr<dss7::DssFile> file)
+      : file_(std::move(file)), series_(file_.dss()), writer_(MakeDss7RecordWriter(file_.dss())) {}
 
   Container& file() override { return file_; }
+  dss7::DssFile& dss() { return file_.dss(); }
   Status ReadSeriesBlock(const CatalogItem& item, series::SeriesRead* out) override {
     series::SeriesStatus status;
     if (item.type >= 110 && item.type < 120) {
@@ -133,14 +138,97 @@ class Dss7RecordReader final : public RecordReader {
   bool BlankAfterEmptySeriesText() const override { return false; }
   double NeverWritten() const override { return series::kUndefinedDouble; }
 
+  RecordWriter& writer() override { return *writer_; }
+  Status Refresh() override { return file_.dss().Refresh(); }
+  FileFigures Figures() override {
+    const dss7::DssFile& f = file_.dss();
+    const auto& h = f.header();
+    FileFigures r;
+    r.version_text = f.version().text;
+    r.version_number = f.version().full;
+    r.records = h[dss7::hdr::kRecordCount];
+    r.size_words = std::max<int64_t>(h[dss7::hdr::kFileSize], 0);
+    r.size_kbytes = (r.size_words * dss7::kWordBytes + 1023) / 1024;
+    r.dead_percent = static_cast<int32_t>(dss7::DeadSpacePercent(h));
+    r.hash_size = static_cast<int32_t>(h[dss7::hdr::kHashTableSize]);
+    r.stable_table = true;
+    r.created_ms = h[dss7::hdr::kCreateTime];
+    r.last_write_ms = h[dss7::hdr::kLastWriteTime];
+    return r;
+  }
+  Status ReadPairedNamed(std::string_view path, paired::PairedData* out,
+                         RecordInfo* info) override {
+    dss7::InfoBlock block;
+    block.type = -1;
+    const Status s = paired::ReadPairedData(file_.dss(), path, out, &block);
+    if (info != nullptr && block.type != -1) *info = ToRecordInfo(block);
+    return s;
+  }
+  Status WritePaired(std::string_view path, const paired::PairedData& data, paired::WritePlan plan,
+                     std::string_view program) override {
+    return paired::WritePairedData(file_.dss(), path, data, plan, program);
+  }
+  Status CopyRecord(std::string_view path, RecordFile& target,
+                    std::string_view target_path) override {
+    auto* same = dynamic_cast<Dss7RecordFile*>(&target);
+    if (same == nullptr) {
+      RecordInfo info;
+      const Status s = file_.Lookup(path, &info);
+      if (s != Status::kOk) return s;
+      CatalogItem item;
+      item.path = item.listed_path = info.path;
+      item.type = info.type;
+      return ConvertRecord(*this, item, target.writer(), target_path);
+    }
+    dss7::DssFile& source = file_.dss();
+    dss7::DssFile& into = same->file_.dss();
+    dss7::InfoBlock info;
+    Status s = source.Lookup(path, &info);
+    // A source record whose areas lie outside the file fails here, not in the target.
+    if (s == Status::kOk) s = dss7::CheckInfoBlock(info, source.physical_words());
+    if (s != Status::kOk) return s;
+    s = source.Copy(path, into, target_path);
+    if (s == Status::kTypeMismatch) {
+      // HECLIB overwrites a target of another type; the file layer rewrites only like with like.
+      s = into.Delete(target_path);
+      if (s == Status::kOk) s = source.Copy(path, into, target_path);
+    }
+    return s;
+  }
+
+  // series::SeriesFile
+  series::SeriesStatus ReadRegular(std::string_view path, series::Instant start, int64_t count,
+                                   series::SeriesRead* out,
+                                   const series::ReadOptions& options) override {
+    return series_.ReadRegular(path, start, count, out, options);
+  }
+  series::SeriesStatus StoreRegular(const series::RegularStore& request) override {
+    return series_.StoreRegular(request);
+  }
+  series::SeriesStatus ReadIrregular(std::string_view path, series::Instant first,
+                                     series::Instant last, series::SeriesRead* out,
+                                     const series::ReadOptions& options) override {
+    return series_.ReadIrregular(path, first, last, out, options);
+  }
+  series::SeriesStatus StoreIrregular(const series::IrregularStore& request) override {
+    return series_.StoreIrregular(request);
+  }
+
  private:
   Dss7Container file_;
+  series::Dss7SeriesFile series_;
+  std::unique_ptr<RecordWriter> writer_;
 };
 
 }  // namespace
 
-std::unique_ptr<RecordReader> MakeDss7RecordReader(std::unique_ptr<dss7::DssFile> file) {
-  return std::make_unique<Dss7RecordReader>(std::move(file));
+dss7::DssFile* Dss7FileOf(RecordFile& file) {
+  auto* dss7 = dynamic_cast<Dss7RecordFile*>(&file);
+  return dss7 == nullptr ? nullptr : &dss7->dss();
+}
+
+std::unique_ptr<RecordFile> MakeDss7RecordFile(std::unique_ptr<dss7::DssFile> file) {
+  return std::make_unique<Dss7RecordFile>(std::move(file));
 }
 
 }  // namespace varnock::engine::container

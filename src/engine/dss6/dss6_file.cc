@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <new>
 #include <stdexcept>
 
@@ -9,6 +10,7 @@
 #include "engine/dss6/intervals.h"
 #include "engine/dss7/hash.h"
 #include "engine/dss7/posix_file_io.h"
+#include "engine/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 using internal::NoThrow;
@@ -30,6 +32,8 @@ container::RecordInfo ToRecordInfo(const Found& f) {
   r.area_length[dss7::kHeader2] = f.info.compression_header_words;
   r.area_length[dss7::kUserHeader] = f.info.user_header_words;
   r.area_length[dss7::kValues1] = f.info.data_words;
+  r.program = std::string(TrimTrailingBlanks(f.info.program.substr(0, f.info.program.find('\0'))));
+  r.last_write_ms = StampMillis(f.info.date, f.info.time);
   return r;
 }
 
@@ -117,6 +121,8 @@ Status Dss6File::OpenIO(std::unique_ptr<dss7::FileIO> io, const Options6& option
     if (s != Status::kOk) return s;
     file->read_only_ = options.read_only || file->io_->ReadOnly() || file->crashed_writer_;
     file->TakeReadSlot();
+    const Status claimed = file->ClaimExclusivity();
+    if (claimed != Status::kOk) return claimed;
     *out = std::move(file);
     return Status::kOk;
   });
@@ -135,6 +141,33 @@ Status Dss6File::LoadHeader() {
   if (s != Status::kOk) return s;
   header_ = h;
   return Status::kOk;
+}
+
+int64_t StampMillis(std::string_view date, std::string_view time) {
+  static constexpr std::string_view kMonths = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
+  const auto digits = [](std::string_view text, size_t at, int* out) {
+    if (at + 2 > text.size() || !IsDigit(text[at]) || !IsDigit(text[at + 1])) return false;
+    *out = (text[at] - '0') * 10 + (text[at + 1] - '0');
+    return true;
+  };
+  int day = 0, year = 0, hour = 0, minute = 0, second = 0;
+  if (date.size() < 7 || !digits(date, 0, &day) || !digits(date, 5, &year)) return 0;
+  std::string month(date.substr(2, 3));
+  for (char& c : month)
+    c = AsciiUpper(c);
+  const size_t m = kMonths.find(month);
+  if (m == std::string_view::npos || m % 3 != 0) return 0;
+  (void)(digits(time, 0, &hour) && digits(time, 3, &minute) && digits(time, 6, &second));
+  std::tm parts{};
+  parts.tm_year = (year < 70 ? 2000 + year : 1900 + year) - 1900;
+  parts.tm_mon = static_cast<int>(m / 3);
+  parts.tm_mday = day;
+  parts.tm_hour = hour;
+  parts.tm_min = minute;
+  parts.tm_sec = second;
+  parts.tm_isdst = -1;
+  const std::time_t t = std::mktime(&parts);
+  return t == static_cast<std::time_t>(-1) ? 0 : static_cast<int64_t>(t) * 1000;
 }
 
 std::string Dss6File::VersionText() const {
@@ -312,6 +345,7 @@ Status Dss6File::ListEntries(bool deleted, std::vector<container::CatalogItem>* 
           c.path = std::move(e.path);
           c.type = e.type;
           c.info_address = e.info_address;
+          c.tag = std::string(TrimTrailingBlanks(e.tag.substr(0, e.tag.find('\0'))));
           out->push_back(std::move(c));
         }
       }

@@ -45,6 +45,9 @@ struct Options6 {
   std::string program = "Varnoc";  // 6 characters go into each info block
   int lock_attempts = 100;         // tries for the write lock ...
   int lock_wait_ms = 50;           // ... this far apart
+  // Hold the file alone while open (HECLIB's EXCL): the open fails with kExclusiveLocked while
+  // another process has it open. Any open fails so while another holds it alone.
+  bool exclusive = false;
 };
 
 // What a writer supplies for one record. Spans must stay valid during the call.
@@ -90,6 +93,8 @@ class Dss6File final : public container::Container {
   const HeaderWords& header() const { return header_; }
   int64_t file_words() const { return file_words_; }
 
+  // Reads the header again, to see what other tables or processes wrote.
+  Status Refresh() { return in_write_ ? Status::kOk : LoadHeader(); }
   // Words at 1-based `address`; kDamaged when any of them lies outside the file.
   Status ReadWords(int64_t address, std::span<int32_t> out);
   Status ReadInfoAt(int64_t address, InfoBlock* out);
@@ -155,6 +160,7 @@ class Dss6File final : public container::Container {
   void Stamp(InfoBlock* info) const;
   int64_t LockRecordByte() const;
   void TakeReadSlot();
+  Status ClaimExclusivity();
   Status ReadBin(int64_t address, std::span<int32_t> out);
   Status ReadArea(int64_t address, int64_t words, std::vector<int32_t>* out);
 
@@ -168,6 +174,7 @@ class Dss6File final : public container::Container {
   bool in_write_ = false;
   bool wrote_this_session_ = false;
   int read_slot_ = -1;
+  bool exclusive_ = false;  // we hold the exclusive lock byte
   std::vector<std::byte> scratch_;
 };
 
@@ -175,6 +182,10 @@ class Dss6File final : public container::Container {
 // replaces it. kExclusiveLocked when another process has the file open; on any failure the
 // original stays as it was.
 Status SqueezeFile(const std::string& path, const Options6& options = {});
+
+// Milliseconds since 1970 of HEC's local "DDMMMYY" date and "HH:MM:SS" time; 0 when the date
+// is not one. Two-digit years are 2000 to 2069, else 1900s.
+int64_t StampMillis(std::string_view date, std::string_view time);
 
 // The path a record is stored under: normalised, with a pseudo-regular "~" E part turned into
 // the IR- block part its interval picks.

@@ -166,7 +166,7 @@ void Exercise(std::shared_ptr<dss7::MemoryFileIO::Storage> storage) {
   dss7::IntegrityReport report;
   (void)CheckIntegrity(*file, &report);
   // Every record through the record layer too.
-  const auto reader = MakeRecordReader(std::move(file));
+  const auto reader = MakeRecordFile(std::move(file));
   for (const auto& c : catalog) {
     series::SeriesRead series;
     (void)reader->ReadSeriesBlock(c, &series);

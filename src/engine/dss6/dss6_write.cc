@@ -139,6 +139,8 @@ Status Dss6File::Close() {
     (void)io_->Unlock(LockRecordByte() + kReadSlotByte + kLockBytes * read_slot_, kLockBytes);
   }
   read_slot_ = -1;
+  if (exclusive_) (void)io_->Unlock(LockRecordByte() + kExclusiveByte, kLockBytes);
+  exclusive_ = false;
   return s;
 }
 
@@ -158,6 +160,24 @@ Status Dss6File::WriteWords(int64_t address, std::span<const int32_t> words) {
   if (s != Status::kOk) return s;
   if (extends) file_words_ = end / kRecordBytes * kWordsPerRecord;
   return Status::kOk;
+}
+
+Status Dss6File::ClaimExclusivity() {
+  const int64_t byte = LockRecordByte() + kExclusiveByte;
+  bool held = false;
+  Status s = io_->TestLock(byte, kLockBytes, &held);
+  if (s == Status::kOk && held) return Status::kExclusiveLocked;
+  // A file we cannot write takes no lock: nobody is kept out by a reader.
+  if (!options_.exclusive || read_only_) return Status::kOk;
+  if (s != Status::kOk) return s;
+  bool others = false;
+  s = OthersHaveItOpen(&others);
+  if (s != Status::kOk) return s;
+  if (others) return Status::kExclusiveLocked;
+  s = io_->TryLock(byte, kLockBytes);
+  if (s == Status::kLockBusy) return Status::kExclusiveLocked;
+  exclusive_ = s == Status::kOk;
+  return s;
 }
 
 Status Dss6File::BeginWrite() {

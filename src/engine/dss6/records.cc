@@ -160,6 +160,23 @@ Status DecodeRegularSlots(const container::RecordAreas& r, std::vector<double>* 
   return Status::kOk;
 }
 
+void RegularHeaderFields(const container::RecordAreas& r, series::SeriesRead* out) {
+  const Words ih = Area(r, dss7::kInternalHeader);
+  if (ih.size() < static_cast<size_t>(regular_header::kMinWords)) return;
+  out->record_type = r.info.type;
+  out->doubles = r.info.type == type::kRegularDouble;
+  const int32_t offset = ih[regular_header::kOffsetMinutes];
+  out->offset_seconds = offset > 0 ? offset * static_cast<int32_t>(kSecondsPerMinute) : 0;
+  out->units = Field(ih, regular_header::kUnits, 2, kSeriesTextBuffer);
+  out->type = Field(ih, regular_header::kType, 2, kSeriesTextBuffer);
+  if (ih.size() >= static_cast<size_t>(regular_header::kWords)) {
+    out->time_zone =
+        std::string(TrimTrailingBlanks(LoadChars(ih.subspan(regular_header::kZoneName, 6), 24)));
+  }
+  out->precision = r.info.precision;
+  out->user_header.assign(Area(r, dss7::kUserHeader).begin(), Area(r, dss7::kUserHeader).end());
+}
+
 Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   const int32_t type = r.info.type;
   if (type != type::kRegularFloat && type != type::kRegularDouble) return Status::kTypeMismatch;
@@ -168,7 +185,6 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   const Interval6* iv = nullptr;
   int32_t block = 0;
   if (!BlockOf(r.info.path, &iv, &block)) return Status::kDamaged;
-  const bool doubles = type == type::kRegularDouble;
   std::vector<double> values;
   std::vector<int32_t> flags;
   const Status s = DecodeRegularSlots(r, &values, &flags);
@@ -181,17 +197,8 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   if (std::all_of(values.begin(), values.end(), IsMissing6)) return Status::kNotFound;
 
   series::SeriesRead read;
-  read.record_type = type;
-  read.doubles = doubles;
+  RegularHeaderFields(r, &read);
   const int32_t offset = ih[regular_header::kOffsetMinutes];
-  read.offset_seconds = offset > 0 ? offset * static_cast<int32_t>(kSecondsPerMinute) : 0;
-  read.units = Field(ih, regular_header::kUnits, 2, kSeriesTextBuffer);
-  read.type = Field(ih, regular_header::kType, 2, kSeriesTextBuffer);
-  if (ih.size() >= static_cast<size_t>(regular_header::kWords)) {
-    read.time_zone =
-        std::string(TrimTrailingBlanks(LoadChars(ih.subspan(regular_header::kZoneName, 6), 24)));
-  }
-  read.precision = r.info.precision;
   read.times.resize(window);
   for (size_t k = 0; k < window; ++k) {
     read.times[k] =
@@ -202,7 +209,6 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
     read.quality_size = 1;
     read.quality = std::move(flags);
   }
-  read.user_header.assign(Area(r, dss7::kUserHeader).begin(), Area(r, dss7::kUserHeader).end());
   read.blocks_found = 1;
   *out = std::move(read);
   return Status::kOk;

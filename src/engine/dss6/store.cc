@@ -8,6 +8,7 @@
 #include "engine/dates.h"
 #include "engine/dss6/intervals.h"
 #include "engine/dss6/records.h"
+#include "engine/dss6/slots.h"
 #include "engine/dss7/hash.h"
 #include "engine/fixed_text.h"
 
@@ -26,6 +27,8 @@ int32_t Julian(int64_t y, int64_t m, int64_t d) {
   int32_t j = 0;
   return YmdToJulian(y, m, d, &j) ? j : 0;
 }
+
+}  // namespace
 
 // (julian, minutes 1..1440) of a time: 0000 is 2400 of the day before.
 void Split(Minutes t, int32_t* julian, int32_t* minutes) {
@@ -133,6 +136,8 @@ std::string WithBlockParts(std::string_view path, std::string_view d, std::strin
   }
   return out;
 }
+
+namespace {
 
 void PutField(std::vector<int32_t>& words, size_t at, size_t n_words, std::string_view text) {
   StoreChars(text.substr(0, 4 * n_words), std::span(words).subspan(at, n_words));

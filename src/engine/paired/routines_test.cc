@@ -126,7 +126,9 @@ TEST_F(PairedRoutines, DamagedRecordGivesStatus10) {
   dss7::InfoBlock info;
   {
     Table t(copy_);
-    ASSERT_EQ(FileOfTable(t.words.data(), nullptr)->Lookup(kFloatPath, &info), dss7::Status::kOk);
+    ASSERT_EQ(
+        container::Dss7FileOf(*FileOfTable(t.words.data(), nullptr))->Lookup(kFloatPath, &info),
+        dss7::Status::kOk);
   }
   std::fstream f(copy_, std::ios::in | std::ios::out | std::ios::binary);
   f.seekp(info.area_address[dss7::kInternalHeader] * 8);
@@ -208,7 +210,7 @@ TEST_F(PairedRoutines, StoredRecordsReadBackAndMatchHecs) {
   s.labels = "LOW CURVE       HIGH CURVE      ";
   ASSERT_EQ(s.Run(t), 0);
   dss7::Record hec, ours;
-  dss7::DssFile* file = FileOfTable(t.words.data(), nullptr);
+  dss7::DssFile* file = container::Dss7FileOf(*FileOfTable(t.words.data(), nullptr));
   ASSERT_EQ(file->ReadRecord(kFloatPath, &hec), dss7::Status::kOk);
   ASSERT_EQ(file->ReadRecord(kDoublePath, &ours), dss7::Status::kOk);
   EXPECT_EQ(ours.info.type, kPairedFloat);

@@ -112,7 +112,7 @@ bool ParseClockTime(std::string_view text, int32_t* minutes) {
   return true;
 }
 
-int32_t ClassicReadRegular(dss7::DssFile& file, std::string_view path, std::string_view date,
+int32_t ClassicReadRegular(SeriesFile& file, std::string_view path, std::string_view date,
                            std::string_view time, int32_t* nvals, float* values,
                            std::span<char> units, std::span<char> type, int32_t* offset_minutes) {
   const int32_t wanted = *nvals;
@@ -136,7 +136,7 @@ int32_t ClassicReadRegular(dss7::DssFile& file, std::string_view path, std::stri
     count = std::min<int64_t>(block_count, wanted);
   }
   SeriesRead read;
-  s = ReadRegular(file, path, start, count, &read, {.floats = true});
+  s = file.ReadRegular(path, start, count, &read, {.floats = true});
   if (!s.ok() && s.code != SeriesCode::kNotFound) return fail(ToHeclib(s, kRegularRead));
 
   // Slots of absent blocks are -902; slots never written, -901.
@@ -170,7 +170,7 @@ int32_t ClassicReadRegular(dss7::DssFile& file, std::string_view path, std::stri
   return (any_missing ? 1 : 0) + (read.absent.empty() ? 0 : 2);
 }
 
-int32_t ClassicStoreRegular(dss7::DssFile& file, std::string_view path, std::string_view date,
+int32_t ClassicStoreRegular(SeriesFile& file, std::string_view path, std::string_view date,
                             std::string_view time, int32_t nvals, const float* values,
                             std::string_view units, std::string_view type, int32_t plan) {
   struct ResetAfter {
@@ -189,12 +189,12 @@ int32_t ClassicStoreRegular(dss7::DssFile& file, std::string_view path, std::str
   request.units = TrimBlanks(units);
   request.type = TrimBlanks(type);
   request.plan = (plan >= 0 && plan <= 4) ? plan : kPlanReplaceAll;
-  s = StoreRegular(file, request);
+  s = file.StoreRegular(request);
   if (s.code == SeriesCode::kFile && s.file == dss7::Status::kReadOnly) return 30;
   return ToHeclib(s, kRegularStore);
 }
 
-int32_t ClassicReadIrregular(dss7::DssFile& file, std::string_view path, int32_t start_julian,
+int32_t ClassicReadIrregular(SeriesFile& file, std::string_view path, int32_t start_julian,
                              int32_t start_minutes, int32_t end_julian, int32_t end_minutes,
                              int32_t* times, float* values, int32_t capacity, int32_t* nvals,
                              int32_t* base_julian, std::span<char> units, std::span<char> type) {
@@ -210,7 +210,7 @@ int32_t ClassicReadIrregular(dss7::DssFile& file, std::string_view path, int32_t
     base = SplitInstant(first).julian;
   }
   SeriesRead read;
-  const SeriesStatus s = ReadIrregular(file, path, first, last, &read, {.floats = true});
+  const SeriesStatus s = file.ReadIrregular(path, first, last, &read, {.floats = true});
   if (s.code == SeriesCode::kNotFound || s.code == SeriesCode::kBadTime) {
     *base_julian = 0;
     return 4;
@@ -235,7 +235,7 @@ int32_t ClassicReadIrregular(dss7::DssFile& file, std::string_view path, int32_t
   return read.values.empty() ? 3 : 0;
 }
 
-int32_t ClassicStoreIrregular(dss7::DssFile& file, std::string_view path, const int32_t* times,
+int32_t ClassicStoreIrregular(SeriesFile& file, std::string_view path, const int32_t* times,
                               const float* values, int32_t nvals, int32_t base_julian,
                               std::string_view units, std::string_view type, int32_t replace) {
   SeriesPath sp;
@@ -256,7 +256,7 @@ int32_t ClassicStoreIrregular(dss7::DssFile& file, std::string_view path, const 
   request.type = TrimBlanks(type);
   request.replace = replace == 1;
   request.span_markers = true;
-  return ToHeclib(StoreIrregular(file, request), kIrregular);
+  return ToHeclib(file.StoreIrregular(request), kIrregular);
 }
 
 }  // namespace varnock::engine::series

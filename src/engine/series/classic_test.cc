@@ -1,6 +1,7 @@
 // HECLIB's statuses and markers from the classic routines, on a memory file and through the
 // C ABI with a file table.
 #include "engine/series/classic.h"
+#include "engine/series/series_test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -25,16 +26,16 @@ class SeriesClassic : public ::testing::Test {
   }
   int32_t Put(const std::vector<float>& v, const char* date, const char* time, int32_t plan = 0,
               const char* path = kPath) {
-    return ClassicStoreRegular(*file_, path, date, time, static_cast<int32_t>(v.size()), v.data(),
-                               "CFS", "INST-VAL", plan);
+    return ClassicStoreRegular(testing::ForCall(Dss7SeriesFile(*file_)), path, date, time,
+                               static_cast<int32_t>(v.size()), v.data(), "CFS", "INST-VAL", plan);
   }
   int32_t Get(const char* date, const char* time, int32_t n, std::vector<float>* out,
               const char* path = kPath) {
     out->assign(static_cast<size_t>(std::max(n, 0)), 0.0f);
     offset_ = -1;
     int32_t got = n;
-    const int32_t status =
-        ClassicReadRegular(*file_, path, date, time, &got, out->data(), units_, type_, &offset_);
+    const int32_t status = ClassicReadRegular(testing::ForCall(Dss7SeriesFile(*file_)), path, date,
+                                              time, &got, out->data(), units_, type_, &offset_);
     out->resize(static_cast<size_t>(got));
     return status;
   }
@@ -111,17 +112,17 @@ TEST_F(SeriesClassic, IrregularStatusesFollowHeclib6) {
   const int32_t base = 44196;  // 01Jan2021
   const std::vector<int32_t> times = {60, 1440, 2000, 50000};
   const std::vector<float> values = {1, 2, -901, 4};
-  ASSERT_EQ(
-      ClassicStoreIrregular(*file_, path, times.data(), values.data(), 4, base, "FT", "INST", 0),
-      0);
+  ASSERT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, times.data(),
+                                  values.data(), 4, base, "FT", "INST", 0),
+            0);
   std::vector<int32_t> t(8);
   std::vector<float> v(8);
   int32_t n = -1;
   int32_t bdate = -1;
   char units[8];
   char type[8];
-  EXPECT_EQ(ClassicReadIrregular(*file_, path, base, 0, base + 40, 0, t.data(), v.data(), 8, &n,
-                                 &bdate, units, type),
+  EXPECT_EQ(ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, base, 0, base + 40,
+                                 0, t.data(), v.data(), 8, &n, &bdate, units, type),
             0);
   EXPECT_EQ(n, 4);
   EXPECT_EQ(bdate, base);
@@ -129,34 +130,38 @@ TEST_F(SeriesClassic, IrregularStatusesFollowHeclib6) {
   EXPECT_EQ(v[2], -901.0f);
   EXPECT_EQ(std::string(units, 8), "FT      ");
   // Both ends inclusive; a buffer too small keeps the earliest values.
-  EXPECT_EQ(ClassicReadIrregular(*file_, path, base, 1440, base + 1, 560, t.data(), v.data(), 8, &n,
-                                 &bdate, units, type),
+  EXPECT_EQ(ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, base, 1440,
+                                 base + 1, 560, t.data(), v.data(), 8, &n, &bdate, units, type),
             0);
   EXPECT_EQ(n, 2);
-  EXPECT_EQ(ClassicReadIrregular(*file_, path, base, 0, base + 40, 0, t.data(), v.data(), 2, &n,
-                                 &bdate, units, type),
+  EXPECT_EQ(ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, base, 0, base + 40,
+                                 0, t.data(), v.data(), 2, &n, &bdate, units, type),
             1);
   EXPECT_EQ(n, 2);
-  EXPECT_EQ(ClassicReadIrregular(*file_, path, base + 5, 0, base + 6, 0, t.data(), v.data(), 8, &n,
-                                 &bdate, units, type),
+  EXPECT_EQ(ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, base + 5, 0,
+                                 base + 6, 0, t.data(), v.data(), 8, &n, &bdate, units, type),
             3);
-  EXPECT_EQ(ClassicReadIrregular(*file_, path, base + 100, 0, base + 101, 0, t.data(), v.data(), 8,
-                                 &n, &bdate, units, type),
+  EXPECT_EQ(ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, base + 100, 0,
+                                 base + 101, 0, t.data(), v.data(), 8, &n, &bdate, units, type),
             4);
   EXPECT_EQ(bdate, 0);
-  EXPECT_EQ(ClassicReadIrregular(*file_, "/A/B/FLOW//1DAY/F/", base, 0, base, 1440, t.data(),
-                                 v.data(), 8, &n, &bdate, units, type),
-            24);
+  EXPECT_EQ(
+      ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file_)), "/A/B/FLOW//1DAY/F/", base, 0,
+                           base, 1440, t.data(), v.data(), 8, &n, &bdate, units, type),
+      24);
 
   const std::vector<int32_t> backwards = {100, 99};
-  EXPECT_EQ(
-      ClassicStoreIrregular(*file_, path, backwards.data(), values.data(), 2, base, "", "", 0), 30);
-  EXPECT_EQ(ClassicStoreIrregular(*file_, path, times.data(), values.data(), 0, base, "", "", 0),
+  EXPECT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, backwards.data(),
+                                  values.data(), 2, base, "", "", 0),
+            30);
+  EXPECT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, times.data(),
+                                  values.data(), 0, base, "", "", 0),
             4);
-  EXPECT_EQ(ClassicStoreIrregular(*file_, path, times.data(), values.data(), -1, base, "", "", 0),
+  EXPECT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(*file_)), path, times.data(),
+                                  values.data(), -1, base, "", "", 0),
             11);
-  EXPECT_EQ(ClassicStoreIrregular(*file_, "/A/B/C//1DAY/F/", times.data(), values.data(), 1, base,
-                                  "", "", 0),
+  EXPECT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(*file_)), "/A/B/C//1DAY/F/",
+                                  times.data(), values.data(), 1, base, "", "", 0),
             24);
 }
 

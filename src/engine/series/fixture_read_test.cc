@@ -81,15 +81,17 @@ TEST_P(SeriesFixtureRead, EveryBlockMatchesTheDump) {
     if (irregular) {
       std::vector<int32_t> times(values.size());
       int32_t base = -1;
-      status = ClassicReadIrregular(*file, path, 0, -2, 0, 0, times.data(), values.data(),
+      status = ClassicReadIrregular(testing::ForCall(Dss7SeriesFile(*file)), path, 0, -2, 0, 0,
+                                    times.data(), values.data(),
                                     static_cast<int32_t>(values.size()), &n, &base, units, type);
       ASSERT_EQ(status, want.values.empty() ? 3 : 0);
       for (int32_t i = 0; i < n; ++i)
         EXPECT_EQ(testing::IsoTime(MakeInstant(base, int64_t{times[i]} * 60)), want.times[i]);
     } else {
       int32_t offset = -1;
-      status = ClassicReadRegular(*file, path, BlockDate(SplitInstant(first).julian), "0001", &n,
-                                  values.data(), units, type, &offset);
+      status = ClassicReadRegular(testing::ForCall(Dss7SeriesFile(*file)), path,
+                                  BlockDate(SplitInstant(first).julian), "0001", &n, values.data(),
+                                  units, type, &offset);
       EXPECT_LE(status, 4);
       EXPECT_EQ(offset, got.offset_seconds / 60);
     }

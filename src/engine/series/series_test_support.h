@@ -15,6 +15,12 @@
 
 namespace varnock::engine::series::testing {
 
+// An adapter made for the length of one call.
+template <typename T>
+T& ForCall(T&& adapter) {
+  return adapter;
+}
+
 struct DumpSeries {
   int rectype = 0;
   std::string units;

@@ -76,8 +76,8 @@ void Store(dss7::DssFile& file, const FixtureSeries& f) {
       std::vector<int32_t> minutes;
       for (Instant t : times)
         minutes.push_back(static_cast<int32_t>((t - MakeInstant(base, 0)) / 60));
-      ASSERT_EQ(ClassicStoreIrregular(file, f.path, minutes.data(), floats.data(), n, base, f.units,
-                                      f.type, 0),
+      ASSERT_EQ(ClassicStoreIrregular(testing::ForCall(Dss7SeriesFile(file)), f.path,
+                                      minutes.data(), floats.data(), n, base, f.units, f.type, 0),
                 0);
       return;
     }
@@ -94,9 +94,10 @@ void Store(dss7::DssFile& file, const FixtureSeries& f) {
     const DaySecond start = SplitInstant(times.front());
     char clock[32];
     std::snprintf(clock, sizeof clock, "%02d%02d", start.seconds / 3600, start.seconds / 60 % 60);
-    ASSERT_EQ(ClassicStoreRegular(file, f.path, BlockDate(start.julian), clock, n, floats.data(),
-                                  f.units, f.type, 0),
-              0);
+    ASSERT_EQ(
+        ClassicStoreRegular(testing::ForCall(Dss7SeriesFile(file)), f.path, BlockDate(start.julian),
+                            clock, n, floats.data(), f.units, f.type, 0),
+        0);
     return;
   }
   RegularStore request;
