@@ -1,7 +1,8 @@
 // varnock._varnock._engine: the engine's own API, for what the automation classes cannot carry
-// (double values, every E-part spelling of a file, record types, quality). Each File is its own
-// engine handle with its own descriptor and locks; it reloads the file header before every
-// read so that it sees what other handles (a DSSDatabase connection) wrote.
+// (double values, every E-part spelling of a file, record types, quality), on DSS-6 and DSS-7
+// files alike. Each File is its own engine handle with its own descriptor and locks; it reloads
+// the file header before every read so that it sees what other handles (a DSSDatabase
+// connection) wrote.
 #include <pybind11/numpy.h>
 
 #include <algorithm>
@@ -10,7 +11,8 @@
 #include <unordered_map>
 
 #include "common.h"
-#include "engine/dss7/dss_file.h"
+#include "engine/container/record_file.h"
+#include "engine/dss7/posix_file_io.h"
 #include "engine/options.h"
 #include "engine/paired/record_io.h"
 #include "engine/series/series.h"
@@ -19,6 +21,7 @@ namespace varnock::python {
 
 namespace {
 
+namespace container = engine::container;
 namespace dss7 = engine::dss7;
 namespace series = engine::series;
 namespace paired = engine::paired;
@@ -110,65 +113,80 @@ using Int32Array = py::array_t<int32_t, py::array::c_style | py::array::forcecas
 
 class EngineFile {
  public:
-  EngineFile(std::string path, bool writable, bool create)
+  // `version` is that of a file made new (6 or 7); an existing file keeps its own.
+  EngineFile(std::string path, bool writable, bool create, int version)
       : path_(std::move(path)), writable_(writable) {
-    dss7::FileOptions options;
+    if (create && !writable) throw py::value_error("a file can only be created writable");
+    if (version != 6 && version != 7) throw py::value_error("version must be 6 or 7");
+    container::OpenOptions options;
     options.read_only = !writable;
     options.program = "Varnock";
     dss7::Status status;
     {
       py::gil_scoped_release release;
-      if (create) {
-        if (!writable) throw py::value_error("a file can only be created writable");
-        bool created = false;
-        status = dss7::DssFile::OpenOrCreate(path_, {}, options, &file_, &created);
-      } else {
-        status = dss7::DssFile::Open(path_, options, &file_);
+      using Mode = dss7::PosixFileIO::Mode;
+      const Mode mode = !writable ? Mode::kReadOnly
+                        : create  ? Mode::kCreate
+                                  : Mode::kReadWriteOrReadOnly;
+      std::unique_ptr<dss7::PosixFileIO> io;
+      status = dss7::PosixFileIO::Open(path_, mode, &io);
+      bool created = false;
+      if (status == dss7::Status::kOk && create) {
+        status = container::OpenOrCreateRecordFileIO(std::move(io), version, 0, options, &file_,
+                                                     &created);
+      } else if (status == dss7::Status::kOk) {
+        status = container::OpenRecordFileIO(std::move(io), options, &file_);
       }
     }
     if (status != dss7::Status::kOk)
       Raise("Unable to open the DSS file " + path_ + ": " + dss7::StatusText(status));
-    if (writable && file_->read_only()) Raise(path_ + " can only be opened read-only");
+    if (writable && file_->file().read_only()) Raise(path_ + " can only be opened read-only");
   }
 
   const std::string& path() const { return path_; }
   bool writable() const { return writable_; }
   bool closed() const { return !file_; }
+  int version() {
+    RequireOpen();
+    return file_->file().MajorVersion();
+  }
 
   void Close() {
-    py::gil_scoped_release release;
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (file_) {
-      (void)file_->Close();
-      file_.reset();
-    }
+    Locked([&] {
+      if (file_) {
+        (void)file_->file().Close();
+        file_.reset();
+      }
+    });
   }
 
   py::list Catalog() {
-    std::vector<dss7::CatalogEntry> entries;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      entries = Entries();
-    }
+    std::vector<container::CatalogItem> entries;
+    Locked([&] { entries = Entries(); });
     py::list out;
     for (const auto& e : entries) {
+      int32_t first_julian = e.first_julian, last_julian = e.last_julian;
+      // Files that keep no data days in their catalog get the days the block covers.
+      if (first_julian == 0 && last_julian == 0) {
+        Extent block;
+        if (BlockExtent(e.path, nullptr, &block)) {
+          first_julian = static_cast<int32_t>(block.first / 86400);
+          last_julian = static_cast<int32_t>(block.last / 86400);
+        }
+      }
       out.append(py::make_tuple(
           e.path, e.type, std::string(TrimBlanks(std::string(engine::RecordTypeName(e.type)))),
-          e.first_julian, e.last_julian, e.last_write_ms));
+          first_julian, last_julian, e.last_write_ms));
     }
     return out;
   }
 
   py::object RecordType(const std::string& pathname) {
-    dss7::InfoBlock info;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    container::RecordInfo info;
+    const dss7::Status status = Locked([&] {
       Fresh();
-      status = file_->Lookup(pathname, &info);
-    }
+      return file_->file().Lookup(pathname, &info);
+    });
     if (status == dss7::Status::kNotFound) return py::none();
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
     return py::make_tuple(info.type,
@@ -177,55 +195,12 @@ class EngineFile {
 
   py::dict ReadRegular(const std::string& pathname, std::optional<int64_t> start_s,
                        std::optional<int64_t> end_s) {
-    series::SeriesRead read;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      Fresh();
-      series::SeriesPath path;
-      status = series::ParseSeriesPath(pathname, false, &path);
-      series::Instant first = 0, last = 0;
-      if (status.ok()) status = RegularWindow(path, start_s, end_s, &first, &last);
-      int64_t count = 0;
-      if (status.ok()) status = SlotCount(*path.interval, first, last, &count);
-      if (status.ok()) status = series::ReadRegular(*file_, pathname, first, count, &read);
-      if (status.ok()) Cut(&read, start_s, end_s);
-    }
-    if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
-    py::dict out = SeriesDict(read);
-    series::SeriesPath path;
-    (void)series::ParseSeriesPath(pathname, false, &path);
-    out["interval_s"] = path.interval->seconds;
-    out["interval_name"] = std::string(path.interval->name);
-    out["offset_s"] = read.offset_seconds;
-    return out;
+    return ReadSeries(pathname, false, start_s, end_s);
   }
 
   py::dict ReadIrregular(const std::string& pathname, std::optional<int64_t> start_s,
                          std::optional<int64_t> end_s) {
-    series::SeriesRead read;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
-      Fresh();
-      series::SeriesPath path;
-      status = series::ParseSeriesPath(pathname, true, &path);
-      series::Instant first = 0, last = 0;
-      if (status.ok()) status = IrregularWindow(path, start_s, end_s, &first, &last);
-      if (status.ok()) status = series::ReadIrregular(*file_, pathname, first, last, &read);
-    }
-    if (!status.ok() && status.code != series::SeriesCode::kNotFound)
-      Raise(pathname + ": " + SeriesCodeText(status));
-    if (!status.ok() && !start_s && !end_s) Raise(pathname + ": " + SeriesCodeText(status));
-    py::dict out = SeriesDict(read);
-    series::SeriesPath path;
-    (void)series::ParseSeriesPath(pathname, true, &path);
-    out["interval_s"] = 0;
-    out["interval_name"] = std::string(path.interval->name);
-    out["offset_s"] = 0;
-    return out;
+    return ReadSeries(pathname, true, start_s, end_s);
   }
 
   void WriteRegular(const std::string& pathname, int64_t start_s, py::object values,
@@ -247,13 +222,10 @@ class EngineFile {
     store.path = pathname;
     store.start = ToInstant(start_s);
     store.plan = plan;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const series::SeriesStatus status = Locked([&] {
       RequireOpen();
-      status = series::StoreRegular(*file_, store);
-    }
+      return file_->StoreRegular(store);
+    });
     if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
   }
 
@@ -285,25 +257,19 @@ class EngineFile {
     store.times = times;
     store.replace = replace;
     store.granularity = whole_minutes ? 60 : 1;
-    series::SeriesStatus status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const series::SeriesStatus status = Locked([&] {
       RequireOpen();
-      status = series::StoreIrregular(*file_, store);
-    }
+      return file_->StoreIrregular(store);
+    });
     if (!status.ok()) Raise(pathname + ": " + SeriesCodeText(status));
   }
 
   py::dict ReadPaired(const std::string& pathname) {
     paired::PairedData data;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       Fresh();
-      status = paired::ReadPairedData(*file_, pathname, &data);
-    }
+      return file_->ReadPairedNamed(pathname, &data, nullptr);
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
     py::dict out;
     out["ordinates"] = ArrayOf(data.ordinates);
@@ -342,28 +308,62 @@ class EngineFile {
     data.units_dependent = units.second;
     data.type_independent = types.first;
     data.type_dependent = types.second;
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       RequireOpen();
-      status = paired::WritePairedData(*file_, pathname, data);
-    }
+      return file_->WritePaired(pathname, data, paired::WritePlan::kAlways, "Varnock");
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
   }
 
   void Delete(const std::string& pathname) {
-    dss7::Status status;
-    {
-      py::gil_scoped_release release;
-      std::lock_guard<std::mutex> lock(mutex_);
+    const dss7::Status status = Locked([&] {
       RequireOpen();
-      status = file_->Delete(pathname);
-    }
+      return file_->file().Delete(pathname);
+    });
     if (status != dss7::Status::kOk) Raise(pathname + ": " + dss7::StatusText(status));
   }
 
  private:
+  // Runs `work` without the GIL and under the handle's lock: engine calls block on file locks and
+  // I/O, and other Python threads should run meanwhile.
+  template <typename Work>
+  auto Locked(Work&& work) -> decltype(work()) {
+    py::gil_scoped_release release;
+    std::lock_guard<std::mutex> lock(mutex_);
+    return work();
+  }
+
+  py::dict ReadSeries(const std::string& pathname, bool irregular, std::optional<int64_t> start_s,
+                      std::optional<int64_t> end_s) {
+    series::SeriesPath path;
+    series::SeriesRead read;
+    const series::SeriesStatus status = Locked([&] {
+      Fresh();
+      series::SeriesStatus s = series::ParseSeriesPath(pathname, irregular, &path);
+      series::Instant first = 0, last = 0;
+      if (irregular) {
+        if (s.ok()) s = IrregularWindow(path, start_s, end_s, &first, &last);
+        if (s.ok()) s = file_->ReadIrregular(pathname, first, last, &read, {});
+        return s;
+      }
+      int64_t count = 0;
+      if (s.ok()) s = RegularWindow(path, start_s, end_s, &first, &last);
+      if (s.ok()) s = SlotCount(*path.interval, first, last, &count);
+      if (s.ok()) s = file_->ReadRegular(pathname, first, count, &read, {});
+      if (s.ok()) Cut(&read, start_s, end_s);
+      return s;
+    });
+    // An irregular window that holds no values is an empty series, not an error.
+    const bool empty_window =
+        irregular && status.code == series::SeriesCode::kNotFound && (start_s || end_s);
+    if (!status.ok() && !empty_window) Raise(pathname + ": " + SeriesCodeText(status));
+    py::dict out = SeriesDict(read);
+    out["interval_s"] = irregular ? 0 : path.interval->seconds;
+    out["interval_name"] = std::string(path.interval->name);
+    out["offset_s"] = irregular ? 0 : read.offset_seconds;
+    return out;
+  }
+
   void RequireOpen() const {
     if (!file_)
       throw AutomationError(kObjectErrorBase + dssNotOpen, "varnock._engine",
@@ -378,13 +378,13 @@ class EngineFile {
   }
 
   // The live catalog, kept while the file's header stays the same.
-  const std::vector<dss7::CatalogEntry>& Entries() {
+  const std::vector<container::CatalogItem>& Entries() {
     Fresh();
-    if (!catalog_valid_ || catalog_header_ != file_->header()) {
+    if (!catalog_valid_ || catalog_stamp_ != file_->HeaderStamp()) {
       catalog_.clear();
-      const dss7::Status status = file_->Catalog(&catalog_);
+      const dss7::Status status = file_->file().Catalog(&catalog_);
       if (status != dss7::Status::kOk) Raise(path_ + ": " + dss7::StatusText(status));
-      catalog_header_ = file_->header();
+      catalog_stamp_ = file_->HeaderStamp();
       catalog_valid_ = true;
       IndexSeries();
     }
@@ -397,22 +397,29 @@ class EngineFile {
     for (const auto& entry : catalog_) {
       series::SeriesPath path;
       Extent block;
-      if (series::ParseSeriesPath(entry.path, false, &path).ok()) {
-        int32_t count = 0;
-        if (!series::RegularBlockWindow(entry.path, &block.first, &count).ok() || count < 1)
-          continue;
-        block.last = series::StepStandard(*path.interval, block.first, count - 1);
-      } else if (series::ParseSeriesPath(entry.path, true, &path).ok()) {
-        if (!series::IrregularBlockWindow(entry.path, &block.first, &block.last).ok()) continue;
-      } else {
-        continue;
-      }
+      if (!BlockExtent(entry.path, &path, &block)) continue;
       auto [it, added] = extents_.emplace(SeriesKey(path), block);
       if (!added) {
         it->second.first = std::min(it->second.first, block.first);
         it->second.last = std::max(it->second.last, block.last);
       }
     }
+  }
+
+  // The instants a series block record covers, by its pathname (and the parsed path when
+  // `path` is given); false for records that are not series blocks.
+  static bool BlockExtent(const std::string& pathname, series::SeriesPath* path, Extent* block) {
+    series::SeriesPath parsed;
+    if (path == nullptr) path = &parsed;
+    if (series::ParseSeriesPath(pathname, false, path).ok()) {
+      int32_t count = 0;
+      if (!series::RegularBlockWindow(pathname, &block->first, &count).ok() || count < 1)
+        return false;
+      block->last = series::StepStandard(*path->interval, block->first, count - 1);
+      return true;
+    }
+    return series::ParseSeriesPath(pathname, true, path).ok() &&
+           series::IrregularBlockWindow(pathname, &block->first, &block->last).ok();
   }
 
   // The extent of every block record of a series, or nothing when the file has none.
@@ -542,10 +549,10 @@ class EngineFile {
 
   std::string path_;
   bool writable_;
-  std::unique_ptr<dss7::DssFile> file_;
+  std::unique_ptr<container::RecordFile> file_;
   std::mutex mutex_;
-  std::vector<dss7::CatalogEntry> catalog_;
-  dss7::HeaderWords catalog_header_{};
+  std::vector<container::CatalogItem> catalog_;
+  uint64_t catalog_stamp_ = 0;
   bool catalog_valid_ = false;
   std::unordered_map<std::string, Extent> extents_;  // by SeriesKey
 };
@@ -556,9 +563,10 @@ void InitEngine(py::module_& m) {
   py::module_ engine =
       m.def_submodule("_engine", "Private: the DSS engine's own API for the Python layer.");
   engine.attr("UNDEFINED") = series::kUndefinedDouble;
-  py::class_<EngineFile>(engine, "File", "One engine handle on a DSS-7 file.")
-      .def(py::init<std::string, bool, bool>(), py::arg("path"), py::arg("writable") = false,
-           py::arg("create") = false)
+  py::class_<EngineFile>(engine, "File", "One engine handle on a DSS-6 or DSS-7 file.")
+      .def(py::init<std::string, bool, bool, int>(), py::arg("path"), py::arg("writable") = false,
+           py::arg("create") = false, py::arg("version") = 7)
+      .def_property_readonly("version", &EngineFile::version)
       .def_property_readonly("path", &EngineFile::path)
       .def_property_readonly("writable", &EngineFile::writable)
       .def_property_readonly("closed", &EngineFile::closed)

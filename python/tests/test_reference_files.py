@@ -15,7 +15,8 @@ def as_read(values: np.ndarray) -> np.ndarray:
     return result
 
 
-@pytest.mark.parametrize("name", ["fixture7.dss", "sample7.dss", "MoRiverObs7.dss"])
+@pytest.mark.parametrize("name", ["fixture7.dss", "sample7.dss", "MoRiverObs7.dss", "fixture6.dss",
+                                  "sample6.dss"])
 def test_catalog_lists_every_record_of_the_dump(fixtures_dir, dump_of, name):
     dump = dump_of(name)
     with varnock.open(fixtures_dir / name) as db:
@@ -27,7 +28,8 @@ def test_catalog_lists_every_record_of_the_dump(fixtures_dir, dump_of, name):
     assert "/" + "/".join(parts) + "/" == catalog.iloc[0]["pathname"]
 
 
-@pytest.mark.parametrize("name", ["fixture7.dss", "sample7.dss", "MoRiverObs7.dss"])
+@pytest.mark.parametrize("name", ["fixture7.dss", "sample7.dss", "MoRiverObs7.dss", "fixture6.dss",
+                                  "sample6.dss"])
 def test_every_series_block_reads_as_its_dump(fixtures_dir, dump_of, name):
     checked = 0
     with varnock.open(fixtures_dir / name) as db:
@@ -47,7 +49,7 @@ def test_every_series_block_reads_as_its_dump(fixtures_dir, dump_of, name):
 
 
 def test_paired_data_reads_as_its_dump(fixtures_dir, dump_of):
-    for name in ("fixture7.dss", "sample7.dss"):
+    for name in ("fixture7.dss", "sample7.dss", "fixture6.dss", "sample6.dss"):
         with varnock.open(fixtures_dir / name) as db:
             for pathname, record in dump_of(name).items():
                 if not 200 <= record["rectype"] < 210:
@@ -116,3 +118,39 @@ def test_file_spellings_become_automation_series(fixtures_dir, pathname, minutes
     back = ts.to_pandas()
     np.testing.assert_array_equal(back.index.to_numpy(), series.index.to_numpy())
     np.testing.assert_array_equal(back.to_numpy(), series.to_numpy())
+
+
+def test_dss6_files_are_written_and_read_like_dss7(tmp_path):
+    """A new DSS-6 file takes regular, irregular and paired data; each reads back as written,
+    and an existing file keeps its version whatever ``version`` says."""
+    import pandas as pd
+
+    hourly = pd.Series(np.arange(48, dtype=np.float32),
+                       index=pd.date_range("2021-03-01 01:00", periods=48, freq="h"))
+    hourly.iloc[5] = np.nan
+    irregular = pd.Series([1.5, 2.5, 4.0],
+                          index=pd.to_datetime(["2021-03-01 00:07", "2021-03-02 13:30",
+                                                "2021-03-09 23:59"]))
+    rating = pd.DataFrame({"storage": [0.0, 10.0, 45.0]}, index=[100.0, 101.0, 102.0])
+    path = tmp_path / "six.dss"
+    with varnock.open(path, "a", version=6) as db:
+        assert str(db.Inquire("FVER")).startswith("6")
+        db.write("/basin/gage/flow//1Hour/obs/", hourly, units="cfs")
+        db.write("/basin/gage/stage//IR-Month/obs/", irregular, units="ft")
+        db.write("/basin/res/elev-stor///rating/", rating, units=("ft", "ac-ft"))
+    with varnock.open(path, version=7) as db:
+        assert str(db.Inquire("FVER")).startswith("6")
+        catalog = db.catalog()
+        assert all(p == p.upper() for p in catalog["pathname"])
+        # DSS-6 keeps whole blocks: the month's slots never written read as missing.
+        flow = db.read("/BASIN/GAGE/FLOW//1HOUR/OBS/")
+        assert len(flow) == 31 * 24 and flow.iloc[48:].isna().all()
+        np.testing.assert_array_equal(flow.iloc[:48].to_numpy(), hourly.to_numpy())
+        np.testing.assert_array_equal(flow.index[:48], hourly.index)
+        stage = db.read("/BASIN/GAGE/STAGE//IR-MONTH/OBS/")
+        np.testing.assert_array_equal(stage.to_numpy(), irregular.to_numpy(np.float32))
+        np.testing.assert_array_equal(stage.index, irregular.index)
+        table = db.read("/BASIN/RES/ELEV-STOR///RATING/")
+        np.testing.assert_array_equal(table.to_numpy().ravel(), rating.to_numpy().ravel())
+    with varnock.open(tmp_path / "seven.dss", "a") as db:
+        assert str(db.Inquire("FVER")).startswith("7")

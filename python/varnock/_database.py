@@ -57,11 +57,12 @@ def _forget(key: int) -> None:
         state.close()
 
 
-def open(path, mode: str = "r"):  # noqa: A001 (the module's own open, like io.open)
+def open(path, mode: str = "r", version: int = 7):  # noqa: A001 (like io.open)
     """Open the DSS file ``path`` and return a connected ``DSSDatabase``.
 
     ``mode`` is ``"r"`` (read-only; the file must exist) or ``"a"`` (read and write, the file
-    is created when missing). Use it as a context manager to close the file on leaving the
+    is created when missing). DSS-6 and DSS-7 files both open; ``version`` (6 or 7) is the
+    version of a file created here; an existing file keeps its own. Use it as a context manager to close the file on leaving the
     block, also when an exception leaves it::
 
         with varnock.open("flows.dss") as db:
@@ -78,7 +79,11 @@ def open(path, mode: str = "r"):  # noqa: A001 (the module's own open, like io.o
     except TypeError:
         raise TypeError(f"path must be a file name (str or os.PathLike), "
                         f"not {type(path).__name__}") from None
+    if version not in (6, 7):
+        raise ValueError(f"version must be 6 or 7, not {version!r}")
     db = DSSDatabase()
+    if version == 6 and mode == "a" and not os.path.exists(path):
+        db.Setting("DSSV", 6)  # the next new file is DSS-6; the option resets once it is made
     db.Name = path
     db.Connect(mode == "a")
     _state(db, mode)

@@ -30,6 +30,11 @@ struct CatalogItem {
   int32_t type = 0;
   int64_t info_address = 0;
   std::string tag;  // DSS-6 keeps one per record; empty in DSS-7
+  // The data's first and last julian days and the last write, as DSS-7 bins keep them; 0 in
+  // DSS-6, which does not.
+  int32_t first_julian = 0;
+  int32_t last_julian = 0;
+  int64_t last_write_ms = 0;
 };
 
 // The version-neutral part of a record's info block.

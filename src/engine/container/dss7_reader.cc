@@ -41,6 +41,9 @@ CatalogItem ToItem(dss7::CatalogEntry&& e) {
   c.path = std::move(e.path);
   c.type = e.type;
   c.info_address = e.info_address;
+  c.first_julian = e.first_julian;
+  c.last_julian = e.last_julian;
+  c.last_write_ms = e.last_write_ms;
   return c;
 }
 
@@ -140,6 +143,7 @@ class Dss7RecordFile final : public RecordFile {
 
   RecordWriter& writer() override { return *writer_; }
   Status Refresh() override { return file_.dss().Refresh(); }
+  uint64_t HeaderStamp() override { return StampOfWords(file_.dss().header()); }
   FileFigures Figures() override {
     const dss7::DssFile& f = file_.dss();
     const auto& h = f.header();

@@ -32,11 +32,26 @@ struct FileFigures {
   int64_t last_write_ms = 0;
 };
 
+// A stamp of header words (FNV-1a over their bytes).
+template <typename Words>
+uint64_t StampOfWords(const Words& words) {
+  uint64_t h = 14695981039346656037ull;
+  for (const auto w : words) {
+    auto v = static_cast<uint64_t>(w);
+    for (size_t i = 0; i < sizeof(w); ++i, v >>= 8)
+      h = (h ^ (v & 0xff)) * 1099511628211ull;
+  }
+  return h;
+}
+
 class RecordFile : public RecordReader, public series::SeriesFile {
  public:
   virtual RecordWriter& writer() = 0;
   // Sees what other tables or processes wrote since the last look.
   virtual Status Refresh() = 0;
+  // Changes whenever the header read by the last Refresh does, as it does with every write by
+  // any handle: what caches of the catalog are kept by.
+  virtual uint64_t HeaderStamp() = 0;
   virtual FileFigures Figures() = 0;
   // kTypeMismatch when the record is not paired data; `info` (may be null) gets the record's
   // info whenever a record was found.

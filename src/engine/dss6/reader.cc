@@ -111,6 +111,7 @@ class Dss6RecordFile final : public container::RecordFile {
 
   container::RecordWriter& writer() override { return writer_; }
   Status Refresh() override { return file_->Refresh(); }
+  uint64_t HeaderStamp() override { return container::StampOfWords(file_->header()); }
   container::FileFigures Figures() override {
     const auto& h = file_->header();
     container::FileFigures r;

@@ -67,6 +67,13 @@ SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes st
   container::RecordAreas record;
   std::vector<double> slots;
   std::vector<int32_t> flags;
+  // The slots taken from each block: their times follow the offset of the records read.
+  struct Run {
+    int32_t block;
+    int64_t slot;
+    size_t take;
+  };
+  std::vector<Run> runs;
   while (out->values.size() < wanted) {
     const int64_t in_block = ValuesPerBlock(*iv, block);
     if (in_block <= 0 || in_block > kMaxValuesPerBlock || slot < 0 || slot >= in_block) {
@@ -109,12 +116,17 @@ SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes st
       ++out->blocks_found;
       NoteLastBlock(record, fields, &out->last);
     }
-    for (size_t k = 0; k < take; ++k) {
-      out->times.push_back(ReportedMinutes(*iv, block, slot + static_cast<int64_t>(k), offset) *
-                           kSecondsPerMinute);
-    }
+    runs.push_back({block, slot, take});
     block = NextBlockStart(iv->block, block);
     slot = 0;
+  }
+  const auto record_offset = static_cast<int32_t>(out->offset_seconds / kSecondsPerMinute);
+  for (const Run& run : runs) {
+    for (size_t k = 0; k < run.take; ++k) {
+      const int64_t slot_k = run.slot + static_cast<int64_t>(k);
+      out->times.push_back(ReportedMinutes(*iv, run.block, slot_k, record_offset) *
+                           kSecondsPerMinute);
+    }
   }
   // Flags only when some block had them: the others read 0.
   if (out->quality_size == 0) out->quality.clear();
