@@ -19,6 +19,7 @@ namespace {
 constexpr int64_t kWeeklyWindow = 521;
 constexpr int64_t kSecondsPerMinute = 60;
 constexpr int32_t kWeekMinutes = 10080;
+constexpr int32_t kYearMinutes = 366 * 1440;
 
 using Words = std::span<const int32_t>;
 
@@ -184,6 +185,8 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   read.record_type = type;
   read.doubles = doubles;
   const int32_t offset = ih[regular_header::kOffsetMinutes];
+  // An offset lies within one interval, a year at most; more is damage, not seconds to count.
+  if (offset > kYearMinutes) return Status::kDamaged;
   read.offset_seconds = offset > 0 ? offset * static_cast<int32_t>(kSecondsPerMinute) : 0;
   read.units = Field(ih, regular_header::kUnits, 2, kSeriesTextBuffer);
   read.type = Field(ih, regular_header::kType, 2, kSeriesTextBuffer);
