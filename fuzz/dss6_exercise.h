@@ -52,15 +52,19 @@ inline void WriteEverything6(dss6::Dss6File& file) {
 
 inline void ExerciseDss6Image(const uint8_t* data, size_t size) {
   auto storage = StorageOf(data, size);
+  // A lock word the image holds may not make the run wait.
+  dss6::Options6 options;
+  options.lock_attempts = 1;
+  options.lock_wait_ms = 0;
+  options.read_only = true;
   {
     std::unique_ptr<dss6::Dss6File> file;
-    if (dss6::Dss6File::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), &file) ==
+    if (dss6::Dss6File::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) ==
         dss7::Status::kOk) {
       ReadEverything(*dss6::MakeRecordReader(std::move(file)));
     }
   }
-  dss6::Options6 options;
-  options.lock_attempts = 1;
+  options.read_only = false;
   std::unique_ptr<dss6::Dss6File> file;
   if (dss6::Dss6File::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) !=
       dss7::Status::kOk) {

@@ -20,14 +20,18 @@ namespace varnock::engine::fuzzing {
 
 inline void ExerciseImage(const uint8_t* data, size_t size) {
   auto storage = StorageOf(data, size);
-  {
-    std::unique_ptr<container::RecordReader> reader;
-    if (container::OpenRecordReaderIO(std::make_unique<dss7::MemoryFileIO>(storage), &reader) ==
-        dss7::Status::kOk)
-      ReadEverything(*reader);
-  }
+  // A lock word the image holds may not make the run wait.
   dss7::FileOptions options;
   options.lock_attempts = 1;
+  options.lock_wait_ms = 0;
+  options.read_only = true;
+  {
+    std::unique_ptr<dss7::DssFile> file;
+    if (dss7::DssFile::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) ==
+        dss7::Status::kOk)
+      ReadEverything(*container::MakeDss7RecordReader(std::move(file)));
+  }
+  options.read_only = false;
   std::unique_ptr<dss7::DssFile> file;
   if (dss7::DssFile::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) !=
       dss7::Status::kOk) {

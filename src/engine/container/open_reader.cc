@@ -6,8 +6,6 @@
 
 namespace varnock::engine::container {
 
-std::unique_ptr<RecordReader> MakeDss7RecordReader(std::unique_ptr<dss7::DssFile> file);
-
 Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out) {
   out->reset();
   if (!io) return Status::kInvalidArgument;

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "engine/container/container.h"
+#include "engine/dss7/dss_file.h"
 #include "engine/dss7/file_io.h"
 #include "engine/paired/paired_codec.h"
 #include "engine/paired/text_codec.h"
@@ -40,6 +41,8 @@ Status OpenRecordReader(const std::string& path, std::unique_ptr<RecordReader>* 
 Status OpenRecordReaderForWrite(const std::string& path, const std::string& program,
                                 std::unique_ptr<RecordReader>* out);
 Status OpenRecordReaderIO(std::unique_ptr<dss7::FileIO> io, std::unique_ptr<RecordReader>* out);
+// A reader over a DSS-7 file opened with options of the caller's choosing.
+std::unique_ptr<RecordReader> MakeDss7RecordReader(std::unique_ptr<dss7::DssFile> file);
 
 // What a dump renders and whom it tells of its progress.
 struct DumpOptions {
