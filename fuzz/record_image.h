@@ -8,6 +8,7 @@
 #define VARNOCK_FUZZ_RECORD_IMAGE_H_
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

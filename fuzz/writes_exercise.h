@@ -7,6 +7,7 @@
 #ifndef VARNOCK_FUZZ_WRITES_EXERCISE_H_
 #define VARNOCK_FUZZ_WRITES_EXERCISE_H_
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +26,7 @@
 #include "engine/dss7/integrity.h"
 #include "engine/dss7/memory_file_io.h"
 #include "engine/paired/record_io.h"
+#include "engine/series/record_codec.h"
 #include "engine/series/series.h"
 
 namespace varnock::engine::fuzzing {
@@ -172,10 +174,30 @@ struct Dss7Writer {
     request.replace = step.flag;
     (void)series::StoreIrregular(file, request);
   }
+  // Paired data and text read back exactly as written (floats rounded as the record keeps them).
   void Paired(const WriteStep& step) {
-    (void)paired::WritePairedData(file, step.path, PairsOf(step));
+    const paired::PairedData written = PairsOf(step);
+    if (paired::WritePairedData(file, step.path, written) != dss7::Status::kOk) return;
+    paired::PairedData back;
+    if (paired::ReadPairedData(file, step.path, &back) != dss7::Status::kOk)
+      WriteFinding("DSS-7 paired data written but not readable: " + step.path);
+    const auto kept = [&](double v) {
+      return written.doubles ? v : static_cast<double>(series::ToFloat(v));
+    };
+    bool same = back.values.size() == written.values.size() &&
+                back.ordinates.size() == written.ordinates.size();
+    for (size_t i = 0; same && i < written.values.size(); ++i)
+      same = (back.values[i] == kept(written.values[i]) ||
+              (std::isnan(back.values[i]) && std::isnan(written.values[i])));
+    if (!same) WriteFinding("DSS-7 paired data read back differ: " + step.path);
   }
-  void Text(const WriteStep& step) { (void)paired::WriteText(file, step.path, TextOf(step)); }
+  void Text(const WriteStep& step) {
+    const paired::TextData written = TextOf(step);
+    if (paired::WriteText(file, step.path, written) != dss7::Status::kOk) return;
+    paired::TextData back;
+    if (paired::ReadText(file, step.path, &back) != dss7::Status::kOk || back.text != written.text)
+      WriteFinding("DSS-7 text read back differs: " + step.path);
+  }
 };
 
 struct Dss6Writer {
