@@ -19,7 +19,8 @@ bool IsText(int32_t type) {
 
 // ISO 8601 of an instant in seconds from julian 0 (2400 prints as 00:00 of the next day).
 void AppendIsoTime(int64_t instant, std::string* out) {
-  const int64_t days = instant >= 0 ? instant / 86400 : -((-instant + 86399) / 86400);
+  // Floor division without negating: a damaged record's time may be any 64-bit number.
+  const int64_t days = instant / 86400 - (instant % 86400 < 0 ? 1 : 0);
   const int64_t seconds = instant - days * 86400;
   const CivilDate date = JulianToYmd(static_cast<int32_t>(days));
   char text[48];
