@@ -96,8 +96,18 @@ void Dss7Seeds(const std::filesystem::path& dir) {
         fuzzing::SerializeRecordImage(fuzzing::ImageOfDss7Record(record, file->version().full));
     WriteBytes(dir / "codecs" / ("dss7_" + std::to_string(n++)), image.data(), image.size());
   }
+  const int32_t version = file->version().full;
   (void)file->Close();
   WriteStorage(dir / "dss7" / "kinds.dss", *storage);
+  // A location record (no writer makes one): x, y, z as doubles, six codes, a time zone.
+  fuzzing::RecordImage location;
+  location.header[0] = 20;
+  location.header[5] = version;
+  location.path = "/S/L/Location Info////";
+  location.areas[dss7::kValues1] = std::vector<int32_t>(16, 0);
+  location.areas[dss7::kValues2] = {0x65746f6e, 0};  // "note"
+  const auto image = fuzzing::SerializeRecordImage(location);
+  WriteBytes(dir / "codecs" / "dss7_location", image.data(), image.size());
 }
 
 // The kinds in a DSS-6 file.
