@@ -62,6 +62,9 @@ class VARNOCK_API Date {
   // the serial number, this stays right before 30 December 1899, where the serial's fraction
   // counts forward from a day that lies below it.
   Date PlusDays(double days) const;
+  // Days (with the fraction) from `earlier` to this date on the time line; negative when
+  // `earlier` is later. Differences of serial numbers are not time differences before 1899.
+  double DaysSince(Date earlier) const;
 
   // The host's DateAdd: months and years keep the day, cut to the end of a shorter month.
   Date Add(DateUnit unit, double amount) const;

@@ -143,6 +143,10 @@ Date Date::PlusDays(double days) const {
   return Date(LinearToSerial(SerialToLinear(serial_) + days));
 }
 
+double Date::DaysSince(Date earlier) const {
+  return SerialToLinear(serial_) - SerialToLinear(earlier.serial_);
+}
+
 void RaiseDateOverflow() {
   RaiseHostError(hostOverflow);
 }
