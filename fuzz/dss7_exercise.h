@@ -11,37 +11,46 @@
 #include <string>
 #include <vector>
 
+#include "engine/container/record_file.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/integrity.h"
 #include "engine/dss7/memory_file_io.h"
+#include "fuzz/memory_image.h"
 
-namespace varnock::engine::dss7::fuzzing {
+namespace varnock::engine::fuzzing {
 
 inline void ExerciseImage(const uint8_t* data, size_t size) {
-  auto storage = MemoryFileIO::NewStorage();
-  storage->bytes.resize(size);
-  for (size_t i = 0; i < size; ++i)
-    storage->bytes[i] = static_cast<std::byte>(data[i]);
-  storage->max_bytes = int64_t{64} << 20;  // writes may not grow the image without bound
-  FileOptions options;
+  auto storage = StorageOf(data, size);
+  // A lock word the image holds may not make the run wait.
+  dss7::FileOptions options;
   options.lock_attempts = 1;
-  std::unique_ptr<DssFile> file;
-  if (DssFile::OpenIO(std::make_unique<MemoryFileIO>(storage), options, &file) != Status::kOk) {
+  options.lock_wait_ms = 0;
+  options.read_only = true;
+  {
+    std::unique_ptr<dss7::DssFile> file;
+    if (dss7::DssFile::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) ==
+        dss7::Status::kOk)
+      ReadEverything(*container::MakeDss7RecordFile(std::move(file)));
+  }
+  options.read_only = false;
+  std::unique_ptr<dss7::DssFile> file;
+  if (dss7::DssFile::OpenIO(std::make_unique<dss7::MemoryFileIO>(storage), options, &file) !=
+      dss7::Status::kOk) {
     return;
   }
-  std::vector<CatalogEntry> catalog, sorted;
+  std::vector<dss7::CatalogEntry> catalog, sorted;
   (void)file->Catalog(&catalog);
   (void)file->SortedCatalog(&sorted);
   for (size_t i = 0; i < catalog.size() && i < 64; ++i) {
-    Record r;
+    dss7::Record r;
     (void)file->ReadRecord(catalog[i].path, &r);
   }
-  IntegrityReport report;
-  (void)CheckIntegrity(*file, &report);
+  dss7::IntegrityReport report;
+  (void)dss7::CheckIntegrity(*file, &report);
   const std::vector<int32_t> values(300, 7);
-  RecordData d;
+  dss7::RecordData d;
   d.type = 300;
-  d.areas[kValues1] = values;
+  d.areas[dss7::kValues1] = values;
   const std::string first = catalog.empty() ? "/FUZZ/NONE/X///Y/" : catalog[0].path;
   (void)file->WriteNewRecord("/FUZZ/NEW/X///Y/", d);
   (void)file->Store(first, d);
@@ -49,9 +58,9 @@ inline void ExerciseImage(const uint8_t* data, size_t size) {
   (void)file->Delete("/FUZZ/NEW/X///Y/");
   (void)file->Undelete("/FUZZ/NEW/X///Y/");
   (void)file->Copy("/FUZZ/NEW/X///Y/", *file, "/FUZZ/COPY/X///Y/");
-  (void)CheckIntegrity(*file, &report);
+  (void)dss7::CheckIntegrity(*file, &report);
 }
 
-}  // namespace varnock::engine::dss7::fuzzing
+}  // namespace varnock::engine::fuzzing
 
 #endif  // VARNOCK_FUZZ_DSS7_EXERCISE_H_

@@ -2,6 +2,6 @@
 #include "fuzz/dss7_exercise.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  varnock::engine::dss7::fuzzing::ExerciseImage(data, size);
+  varnock::engine::fuzzing::ExerciseImage(data, size);
   return 0;
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, checks the formatting, builds the library twice (g++ with light
 # optimisation, and clang with the address and undefined-behaviour sanitizers) and runs every
-# test in both builds, then the Python module's tests against the first build.
+# test in both builds, a short run of each fuzz target, then the Python module's tests against
+# the first build.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
@@ -29,6 +30,10 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:ha
   ctest --test-dir build-asan --output-on-failure -j "$(nproc)"
 echo "== tests"
 ctest --test-dir build --output-on-failure -j "$(nproc)"
+# Each libFuzzer target for a few seconds (skipped without clang's libFuzzer); findings are
+# kept in fuzz/regressions/ and fail the run.
+echo "== fuzz (short run)"
+bash scripts/fuzz.sh
 if [ -f scripts/test_python.sh ]; then
   echo "== Python tests"
   bash scripts/test_python.sh build

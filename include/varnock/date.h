@@ -1,6 +1,8 @@
 // Date: the automation date. A double counting days from 30 December 1899, with the time of
 // day as the fraction. Before that day the fraction still counts forward from midnight, so
-// -1.25 is 29 December 1899 06:00. The functions mirror the host's date arithmetic.
+// -1.25 is 29 December 1899 06:00. The functions mirror the host's date arithmetic. Like the
+// host's dates it holds 1 January 100 to 31 December 9999 only: building one from any other
+// number (NaN and infinities included) raises the host's "Overflow" (6).
 #ifndef VARNOCK_DATE_H_
 #define VARNOCK_DATE_H_
 
@@ -16,10 +18,20 @@ namespace varnock {
 // Units of DateAdd and DateDiff.
 enum class DateUnit { Year, Quarter, Month, Week, Day, Hour, Minute, Second };
 
+// Raises the host's "Overflow" (6) for a number that is not a date.
+[[noreturn]] VARNOCK_API void RaiseDateOverflow();
+
 class VARNOCK_API Date {
  public:
+  // The serial numbers the host accepts: 1 January 100 00:00 to 31 December 9999 23:59:59.
+  // Before day 0 the fraction counts forward, so day -657434 ends just above -657435.
+  static constexpr double kEarliestSerial = -657435.0;  // exclusive
+  static constexpr double kLatestSerial = 2958466.0;    // exclusive
+
   constexpr Date() = default;
-  constexpr Date(double serial) : serial_(serial) {}  // NOLINT: a Date is a double
+  constexpr Date(double serial) : serial_(serial) {  // NOLINT: a Date is a double
+    if (!(serial > kEarliestSerial && serial < kLatestSerial)) RaiseDateOverflow();
+  }
   constexpr operator double() const { return serial_; }
   constexpr double Serial() const { return serial_; }
 
@@ -44,6 +56,15 @@ class VARNOCK_API Date {
   // The date without its time of day, and the time of day alone.
   Date DatePart() const;
   double TimePart() const;
+  // The time of day as an unrounded fraction counting forward from midnight.
+  double DayFraction() const;
+  // The date `days` later on the time line (a fraction of a day allowed). Unlike adding to
+  // the serial number, this stays right before 30 December 1899, where the serial's fraction
+  // counts forward from a day that lies below it.
+  Date PlusDays(double days) const;
+  // Days (with the fraction) from `earlier` to this date on the time line; negative when
+  // `earlier` is later. Differences of serial numbers are not time differences before 1899.
+  double DaysSince(Date earlier) const;
 
   // The host's DateAdd: months and years keep the day, cut to the end of a shorter month.
   Date Add(DateUnit unit, double amount) const;

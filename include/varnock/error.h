@@ -43,6 +43,7 @@ class VARNOCK_API AutomationError : public std::exception {
 enum HostErrors : int32_t {
   hostInvalidProcedureCall = 5,
   hostOverflow = 6,
+  hostOutOfMemory = 7,
   hostSubscriptOutOfRange = 9,
   hostTypeMismatch = 13,
   hostObjectNotSet = 91,

@@ -134,6 +134,23 @@ double Date::TimePart() const {
   return static_cast<double>(Split(serial_).seconds) / 86400.0;
 }
 
+double Date::DayFraction() const {
+  const double linear = SerialToLinear(serial_);
+  return linear - std::floor(linear);
+}
+
+Date Date::PlusDays(double days) const {
+  return Date(LinearToSerial(SerialToLinear(serial_) + days));
+}
+
+double Date::DaysSince(Date earlier) const {
+  return SerialToLinear(serial_) - SerialToLinear(earlier.serial_);
+}
+
+void RaiseDateOverflow() {
+  RaiseHostError(hostOverflow);
+}
+
 Date Date::Add(DateUnit unit, double amount) const {
   const DayAndSeconds parts = Split(serial_);
   const int64_t n = RoundHalfEven(amount);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "automation/host_memory.h"
 #include "varnock/error.h"
 
 namespace varnock {
@@ -22,14 +23,18 @@ constexpr int64_t kMaxElements = INT32_MAX;
 VariantArray::VariantArray(int32_t lower, int32_t upper) : bounds_{{lower, upper}} {
   const int64_t count = Extent(lower, upper);
   if (count > kMaxElements) RaiseHostError(hostOverflow);
-  elements_.resize(static_cast<size_t>(count));
+  AllocateForHost(static_cast<uint64_t>(count), sizeof(Variant),
+                  [&] { elements_.resize(static_cast<size_t>(count)); });
 }
 
 VariantArray::VariantArray(int32_t lower1, int32_t upper1, int32_t lower2, int32_t upper2)
     : bounds_{{lower1, upper1}, {lower2, upper2}} {
-  const int64_t count = Extent(lower1, upper1) * Extent(lower2, upper2);
-  if (count > kMaxElements) RaiseHostError(hostOverflow);
-  elements_.resize(static_cast<size_t>(count));
+  int64_t count = 0;  // each extent is below 2^33, so their product can pass 2^63
+  if (__builtin_mul_overflow(Extent(lower1, upper1), Extent(lower2, upper2), &count) ||
+      count > kMaxElements)
+    RaiseHostError(hostOverflow);
+  AllocateForHost(static_cast<uint64_t>(count), sizeof(Variant),
+                  [&] { elements_.resize(static_cast<size_t>(count)); });
 }
 
 int32_t VariantArray::LBound(int32_t dimension) const {

@@ -147,7 +147,7 @@ void DSSDatabase::ReadIrregularGateway(const varnock::Pathname& pathname, Date w
     auto found = midnight_of_day.find(julian);
     if (found == midnight_of_day.end())
       found = midnight_of_day.emplace(julian, Date::FromText(hecJulDat(julian, 8))).first;
-    dates[static_cast<size_t>(i)] = Date(found->second.Serial() + minutes / 1440.0);
+    dates[static_cast<size_t>(i)] = found->second.PlusDays(minutes / 1440.0);
   }
 }
 
@@ -161,15 +161,14 @@ void DSSDatabase::WriteIrregularGateway(const varnock::Pathname& pathname,
   std::unordered_map<int64_t, int32_t> julian_of_day;
   for (size_t i = 1; i <= count; ++i) {
     const Date date = dates[i];
-    const double whole_day = std::floor(date.Serial());
+    const double whole_day = date.DatePart().Serial();
     auto found = julian_of_day.find(static_cast<int64_t>(whole_day));
     if (found == julian_of_day.end()) {
       std::string date_text, time_text;
       DateToHecText(Variant(date), date_text, time_text);
       found = julian_of_day.emplace(static_cast<int64_t>(whole_day), hecDatJul(date_text)).first;
     }
-    const int64_t minutes =
-        static_cast<int64_t>(std::nearbyint((date.Serial() - whole_day) * 1440));
+    const int64_t minutes = static_cast<int64_t>(std::nearbyint(date.DayFraction() * 1440));
     const int64_t stamp = static_cast<int64_t>(found->second) * 1440 + minutes;
     if (stamp < INT32_MIN || stamp > INT32_MAX) RaiseHostError(hostOverflow);
     times[i] = static_cast<int32_t>(stamp);

@@ -141,4 +141,11 @@ void EmitMessage(int32_t level, std::string_view text) {
   WriteUnitLine(options.message_unit, text);
 }
 
+void EmitReadOnlyWrite(std::string_view routine, std::string_view path) {
+  if (!MessageWanted(1)) return;
+  EmitMessage(1, " *****DSS*** " + std::string(routine) +
+                     ":  File is open for read access only; nothing written to " +
+                     std::string(path));
+}
+
 }  // namespace varnock::engine

@@ -41,6 +41,10 @@ bool MessageWanted(int32_t level);
 // not connected.
 void EmitMessage(int32_t level, std::string_view text);
 
+// The error line of a write refused because the file is open for read access only (the
+// routine's status alone does not say why).
+void EmitReadOnlyWrite(std::string_view routine, std::string_view path);
+
 }  // namespace varnock::engine
 
 #endif  // VARNOCK_ENGINE_MESSAGE_UNITS_H_

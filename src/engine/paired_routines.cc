@@ -138,7 +138,10 @@ int32_t StorePaired(const StoreArgs& a) {
     return zspd::kBadCount;
   }
   if (a.plan < 0 || a.plan > 2) return zspd::kBadCount;
-  if (file->file().read_only()) return zspd::kReadOnly;
+  if (file->file().read_only()) {
+    EmitReadOnlyWrite("ZSPD", a.path);
+    return zspd::kReadOnly;
+  }
   Status s = file->Refresh();
   if (s != Status::kOk) {
     NoteFileStatus(a.ifltab, s);

@@ -57,7 +57,7 @@ Date HecTimeToDate(int32_t julian, int32_t minutes) {
   int32_t minute = 0;
   hecDatCll(julian, minutes, day, minute);
   const Date midnight = Date::FromText(hecJulDat(day, kStyleDayMonthYear));
-  return Date(midnight.Serial() + static_cast<double>(minute) / 1440.0);
+  return midnight.PlusDays(static_cast<double>(minute) / 1440.0);
 }
 
 }  // namespace varnock

@@ -19,12 +19,16 @@ int RunDump(const std::vector<std::string>& raw) {
     progress->Advance(done);
   };
   engine::container::DumpCounts counts;
-  std::string dump;
-  Check(engine::container::RenderDump(*reader, options, &dump, &counts), kExitFile,
-        "cannot read the catalog");
+  // The dump goes out as it is made: a file of many records never sits whole in memory.
+  const auto write = [](std::string_view piece) {
+    return std::fwrite(piece.data(), 1, piece.size(), stdout) == piece.size();
+  };
+  const engine::dss7::Status status =
+      engine::container::StreamDump(*reader, options, write, &counts);
   progress.reset();
-  if (std::fwrite(dump.data(), 1, dump.size(), stdout) != dump.size())
+  if (status == engine::dss7::Status::kWriteError || std::fflush(stdout) != 0)
     throw Failure(kExitFailure, "cannot write the dump");
+  Check(status, kExitFile, "cannot read the catalog");
   if (counts.failed > 0)
     throw Failure(kExitFile, std::to_string(counts.failed) +
                                  (counts.failed == 1 ? " record" : " records") +

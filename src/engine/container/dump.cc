@@ -19,7 +19,8 @@ bool IsText(int32_t type) {
 
 // ISO 8601 of an instant in seconds from julian 0 (2400 prints as 00:00 of the next day).
 void AppendIsoTime(int64_t instant, std::string* out) {
-  const int64_t days = instant >= 0 ? instant / 86400 : -((-instant + 86399) / 86400);
+  // Floor division without negating: a damaged record's time may be any 64-bit number.
+  const int64_t days = instant / 86400 - (instant % 86400 < 0 ? 1 : 0);
   const int64_t seconds = instant - days * 86400;
   const CivilDate date = JulianToYmd(static_cast<int32_t>(days));
   char text[48];
@@ -82,7 +83,7 @@ std::string RecordLines(RecordReader& reader, const CatalogItem& item, size_t* f
 
 }  // namespace
 
-Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string* out,
+Status StreamDump(RecordReader& reader, const DumpOptions& options, const DumpSink& sink,
                   DumpCounts* counts) {
   std::vector<CatalogItem> items;
   const Status s = reader.file().Catalog(&items);
@@ -94,18 +95,37 @@ Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string*
     return a.listed_path < b.listed_path;
   });
   *counts = DumpCounts{items.size(), 0};
-  out->assign("DSSDUMP 1\nfile_version " + std::to_string(reader.file().MajorVersion()) +
-              "\nrecord_count " + std::to_string(items.size()) + "\n");
+  // Text goes to the sink in pieces of about this size, so memory stays flat however many
+  // records the file holds.
+  constexpr size_t kFlushBytes = size_t{1} << 20;
+  std::string pending = "DSSDUMP 1\nfile_version " + std::to_string(reader.file().MajorVersion()) +
+                        "\nrecord_count " + std::to_string(items.size()) + "\n";
   const auto total = static_cast<int64_t>(items.size());
   int64_t done = 0;
   for (const auto& item : items) {
-    out->append("record " + item.listed_path + "\nrectype " + std::to_string(item.type) + "\n");
-    out->append(RecordLines(reader, item, &counts->failed));
-    out->append("end\n");
+    pending.append("record " + item.listed_path + "\nrectype " + std::to_string(item.type) + "\n");
+    pending.append(RecordLines(reader, item, &counts->failed));
+    pending.append("end\n");
+    if (pending.size() >= kFlushBytes) {
+      if (!sink(pending)) return Status::kWriteError;
+      pending.clear();
+    }
     if (options.progress) options.progress(++done, total);
   }
-  out->append("END\n");
-  return Status::kOk;
+  pending.append("END\n");
+  return sink(pending) ? Status::kOk : Status::kWriteError;
+}
+
+Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string* out,
+                  DumpCounts* counts) {
+  out->clear();
+  return StreamDump(
+      reader, options,
+      [out](std::string_view piece) {
+        out->append(piece);
+        return true;
+      },
+      counts);
 }
 
 Status RenderDump(RecordReader& reader, std::string* out) {

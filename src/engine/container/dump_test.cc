@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
 #include <string>
@@ -70,6 +71,36 @@ TEST(CanonicalDump, Fixture7IsByteIdenticalThroughTheSameInterface) {
   VARNOCK_REQUIRE_FIXTURE(dss, "fixture7.dss");
   VARNOCK_REQUIRE_FIXTURE(dump, "fixture7.dump.txt");
   CheckDump(dss, dump, 7);
+}
+
+// The streamed dump arrives in bounded pieces that join to the same text, and stops at the
+// first piece the sink refuses.
+TEST(CanonicalDump, StreamsInBoundedPieces) {
+  VARNOCK_REQUIRE_FIXTURE(dss, "sample6.dss");
+  std::unique_ptr<RecordReader> reader;
+  ASSERT_EQ(OpenRecordReader(dss, &reader), Status::kOk);
+  std::string whole;
+  ASSERT_EQ(RenderDump(*reader, &whole), Status::kOk);
+  ASSERT_GT(whole.size(), size_t{3} << 20);
+
+  std::string joined;
+  size_t pieces = 0, largest = 0;
+  DumpCounts counts;
+  const auto keep = [&](std::string_view piece) {
+    joined.append(piece);
+    largest = std::max(largest, piece.size());
+    ++pieces;
+    return true;
+  };
+  ASSERT_EQ(StreamDump(*reader, {}, keep, &counts), Status::kOk);
+  EXPECT_TRUE(joined == whole);
+  EXPECT_GE(pieces, 3u);
+  EXPECT_LT(largest, size_t{2} << 20);
+
+  size_t offered = 0;
+  const auto refuse_second = [&](std::string_view) { return ++offered < 2; };
+  EXPECT_EQ(StreamDump(*reader, {}, refuse_second, &counts), Status::kWriteError);
+  EXPECT_EQ(offered, 2u);
 }
 
 }  // namespace

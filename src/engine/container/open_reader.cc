@@ -7,8 +7,6 @@
 
 namespace varnock::engine::container {
 
-std::unique_ptr<RecordFile> MakeDss7RecordFile(std::unique_ptr<dss7::DssFile> file);
-
 namespace {
 
 // HEC's default DSS-6 size code (2048 hash codes).

@@ -93,6 +93,9 @@ Status OpenRecordFile(const std::string& path, const OpenOptions& options,
 Status OpenOrCreateRecordFile(const std::string& path, int new_version, const OpenOptions& options,
                               std::unique_ptr<RecordFile>* out, bool* created);
 
+// A record file over a DSS-7 file opened with options of the caller's choosing.
+std::unique_ptr<RecordFile> MakeDss7RecordFile(std::unique_ptr<dss7::DssFile> file);
+
 // The DSS-7 file layer under a record file, or null when the file is of another version (for
 // tests that write records straight through the file layer).
 dss7::DssFile* Dss7FileOf(RecordFile& file);

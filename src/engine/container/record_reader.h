@@ -7,8 +7,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "engine/container/container.h"
+#include "engine/dss7/dss_file.h"
 #include "engine/dss7/file_io.h"
 #include "engine/paired/paired_codec.h"
 #include "engine/paired/text_codec.h"
@@ -53,9 +55,16 @@ struct DumpCounts {
   size_t failed = 0;
 };
 
+// Takes the next piece of a dump; false when it cannot be written.
+using DumpSink = std::function<bool(std::string_view)>;
+
 // The canonical dump ("DSSDUMP 1") of the selected live records, in byte order of the listed
-// names. A record that cannot be read prints "error <status>" and counts as failed; kinds the
-// dump does not render print "unsupported". Fails only when the catalog cannot be read.
+// names, handed to the sink in pieces as it is made. A record that cannot be read prints
+// "error <status>" and counts as failed; kinds the dump does not render print "unsupported".
+// Fails when the catalog cannot be read, and with kWriteError when the sink refuses a piece.
+Status StreamDump(RecordReader& reader, const DumpOptions& options, const DumpSink& sink,
+                  DumpCounts* counts);
+// The same dump as one text, for tests and small files.
 Status RenderDump(RecordReader& reader, const DumpOptions& options, std::string* out,
                   DumpCounts* counts);
 // Every live record.

@@ -19,6 +19,7 @@ namespace {
 constexpr int64_t kWeeklyWindow = 521;
 constexpr int64_t kSecondsPerMinute = 60;
 constexpr int32_t kWeekMinutes = 10080;
+constexpr int32_t kYearMinutes = 366 * 1440;
 
 using Words = std::span<const int32_t>;
 
@@ -160,12 +161,14 @@ Status DecodeRegularSlots(const container::RecordAreas& r, std::vector<double>* 
   return Status::kOk;
 }
 
-void RegularHeaderFields(const container::RecordAreas& r, series::SeriesRead* out) {
+Status RegularHeaderFields(const container::RecordAreas& r, series::SeriesRead* out) {
   const Words ih = Area(r, dss7::kInternalHeader);
-  if (ih.size() < static_cast<size_t>(regular_header::kMinWords)) return;
+  if (ih.size() < static_cast<size_t>(regular_header::kMinWords)) return Status::kDamaged;
   out->record_type = r.info.type;
   out->doubles = r.info.type == type::kRegularDouble;
   const int32_t offset = ih[regular_header::kOffsetMinutes];
+  // An offset lies within one interval, a year at most; more is damage, not seconds to count.
+  if (offset > kYearMinutes) return Status::kDamaged;
   out->offset_seconds = offset > 0 ? offset * static_cast<int32_t>(kSecondsPerMinute) : 0;
   out->units = Field(ih, regular_header::kUnits, 2, kSeriesTextBuffer);
   out->type = Field(ih, regular_header::kType, 2, kSeriesTextBuffer);
@@ -175,6 +178,7 @@ void RegularHeaderFields(const container::RecordAreas& r, series::SeriesRead* ou
   }
   out->precision = r.info.precision;
   out->user_header.assign(Area(r, dss7::kUserHeader).begin(), Area(r, dss7::kUserHeader).end());
+  return Status::kOk;
 }
 
 Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
@@ -197,7 +201,7 @@ Status DecodeRegular(const container::RecordAreas& r, series::SeriesRead* out) {
   if (std::all_of(values.begin(), values.end(), IsMissing6)) return Status::kNotFound;
 
   series::SeriesRead read;
-  RegularHeaderFields(r, &read);
+  if (const Status h = RegularHeaderFields(r, &read); h != Status::kOk) return h;
   const int32_t offset = ih[regular_header::kOffsetMinutes];
   read.times.resize(window);
   for (size_t k = 0; k < window; ++k) {

@@ -34,7 +34,8 @@ inline constexpr size_t kPairedTextBuffer = 100;
 Status DecodeRegular(const container::RecordAreas& record, series::SeriesRead* out);
 // The units, type, offset, time zone, precision and user header of a regular block record
 // (left alone when its internal header is too short).
-void RegularHeaderFields(const container::RecordAreas& record, series::SeriesRead* out);
+// kDamaged when the internal header is short or its offset passes a year.
+Status RegularHeaderFields(const container::RecordAreas& record, series::SeriesRead* out);
 // All slots of a regular block record (decompressed), and its quality flags when it has them.
 Status DecodeRegularSlots(const container::RecordAreas& record, std::vector<double>* values,
                           std::vector<int32_t>* quality);

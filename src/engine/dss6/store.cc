@@ -6,6 +6,7 @@
 #include <string>
 
 #include "engine/dates.h"
+#include "engine/dss6/dss6_file_internal.h"
 #include "engine/dss6/intervals.h"
 #include "engine/dss6/records.h"
 #include "engine/dss6/slots.h"
@@ -316,8 +317,15 @@ Status StoreIrregular(Dss6File& file, const IrregularStore6& rq) {
     return BlockStart(kind, static_cast<int32_t>(FloorDiv(t - 1, kDay)));
   };
   const auto& h = file.header();
-  const int32_t minimum = std::max(1, h[hdr::kIrregularMinimum + static_cast<int>(kind)]);
-  const int32_t growth = std::max(1, h[hdr::kIrregularGrowth]);
+  // The room a block reserves comes from header words; beyond any real setting (a damaged
+  // header) they fall back to what new files get, so that they cannot size a record.
+  constexpr int32_t kMaxReservePairs = 1 << 20;
+  const auto reserve = [](int32_t word, int32_t fallback) {
+    return word > kMaxReservePairs ? fallback : std::max(1, word);
+  };
+  const int32_t minimum =
+      reserve(h[hdr::kIrregularMinimum + static_cast<int>(kind)], internal::kIrregularMinimumPairs);
+  const int32_t growth = reserve(h[hdr::kIrregularGrowth], internal::kIrregularGrowthPairs);
   const bool with_quality = !rq.quality.empty();
   const std::string units(TrimTrailingBlanks(rq.units.substr(0, kFieldChars)));
   const std::string type(TrimTrailingBlanks(rq.type.substr(0, kFieldChars)));

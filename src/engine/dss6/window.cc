@@ -96,7 +96,8 @@ SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes st
       const Status d = DecodeRegularSlots(record, &slots, &flags);
       if (d != Status::kOk) return FileFailure(d);
       series::SeriesRead fields;
-      RegularHeaderFields(record, &fields);
+      const Status h = RegularHeaderFields(record, &fields);
+      if (h != Status::kOk) return FileFailure(h);
       for (size_t k = 0; k < take; ++k) {
         const auto at = static_cast<size_t>(slot) + k;
         out->values.push_back(at < slots.size() ? slots[at] : kMissing);

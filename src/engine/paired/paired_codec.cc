@@ -59,6 +59,9 @@ Status DecodePaired(const dss7::Record& record, PairedData* out, int file_versio
       return Status::kDamaged;
     }
     if (label_bytes > 4 * static_cast<int64_t>(labels.size())) return Status::kDamaged;
+    // Without rows the values area does not bound the curves; each curve then needs at least
+    // the NUL of its label.
+    if (rows == 0 && curve_count > std::max<int64_t>(label_bytes, 1)) return Status::kDamaged;
 
     PairedData d;
     d.doubles = size == 2;

@@ -31,6 +31,8 @@ Status DecodeText(const dss7::Record& record, TextData* out) {
     }
     // Every cell and label takes at least its NUL, so larger counts cannot be real.
     if (columns > 0 && rows > table_bytes / columns) return Status::kDamaged;
+    // Rows without columns hold nothing; a count beyond the table's bytes is not real either.
+    if (rows > table_bytes + 1) return Status::kDamaged;
     if (label_bytes > 0 && columns > label_bytes) return Status::kDamaged;
 
     TextData d;

@@ -9,6 +9,7 @@
 
 #include "engine/dates.h"
 #include "engine/fixed_text.h"
+#include "engine/message_units.h"
 #include "engine/options.h"
 #include "engine/series/series.h"
 
@@ -190,7 +191,10 @@ int32_t ClassicStoreRegular(SeriesFile& file, std::string_view path, std::string
   request.type = TrimBlanks(type);
   request.plan = (plan >= 0 && plan <= 4) ? plan : kPlanReplaceAll;
   s = file.StoreRegular(request);
-  if (s.code == SeriesCode::kFile && s.file == dss7::Status::kReadOnly) return 30;
+  if (s.code == SeriesCode::kFile && s.file == dss7::Status::kReadOnly) {
+    EmitReadOnlyWrite("ZSRTS", path);
+    return 30;
+  }
   return ToHeclib(s, kRegularStore);
 }
 
@@ -256,7 +260,10 @@ int32_t ClassicStoreIrregular(SeriesFile& file, std::string_view path, const int
   request.type = TrimBlanks(type);
   request.replace = replace == 1;
   request.span_markers = true;
-  return ToHeclib(file.StoreIrregular(request), kIrregular);
+  const SeriesStatus s = file.StoreIrregular(request);
+  if (s.code == SeriesCode::kFile && s.file == dss7::Status::kReadOnly)
+    EmitReadOnlyWrite("ZSITS", path);
+  return ToHeclib(s, kIrregular);
 }
 
 }  // namespace varnock::engine::series

@@ -87,6 +87,10 @@ bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_
             std::span<const int32_t> header2, std::span<const int64_t> places,
             std::vector<int32_t>* out, int64_t* next) {
   if (s.elem < 0 || s.number < 0) return false;
+  // An all-equal section expands a few stored ints to count * elem: no more than an area may
+  // hold, whatever the counts say.
+  if (int64_t{count} * s.elem > kMaxInts) return false;
+  if (s.flag == 0 && s.number != int64_t{count} * s.elem) return false;
   out->assign(static_cast<size_t>(count) * s.elem, 0);
   *next = pos + s.number;
   if (s.elem == 0 || count == 0) return s.number == 0;
@@ -94,7 +98,6 @@ bool Expand(const Section& s, int32_t count, std::span<const int32_t> v1, int64_
   if (pos + s.number > static_cast<int64_t>(v1.size())) return false;
   const int32_t* src = v1.data() + pos;
   if (s.flag == 0) {
-    if (s.number != int64_t{count} * s.elem) return false;
     std::copy_n(src, s.number, out->begin());
     return true;
   }

@@ -101,6 +101,11 @@ dss7::DateTime ToDateTime(Instant t) {
 }
 
 SeriesStatus Encode(const SeriesBlock& block, int file_version, Prepared* out) {
+  // Sized in 64 bits before the encoder counts the same ints in the header's 32-bit words.
+  const int64_t per_step = int64_t{block.value_size} + block.quality_size + block.inote_size;
+  const int64_t ints = static_cast<int64_t>(block.times.size()) + int64_t{block.count} * per_step +
+                       static_cast<int64_t>(block.cnotes.size()) / 4 + 3;
+  if (block.count < 0 || ints > dss7::kMaxAreaInt32) return Fail(SeriesCode::kTooLarge);
   EncodeSeries(block, file_version, &out->header, &out->values1);
   if (static_cast<int64_t>(out->values1.size()) > dss7::kMaxAreaInt32)
     return Fail(SeriesCode::kTooLarge);

@@ -1,5 +1,7 @@
 #include "varnock/irregular_time_series.h"
 
+#include "automation/host_memory.h"
+
 #include "series/series_common.h"
 #include "varnock/database.h"
 #include "varnock/error.h"
@@ -47,9 +49,16 @@ void IrregTimeSeries::ValueCount(int32_t count) {
   if (count < 1) {
     ClearData();
   } else {
-    values_.assign(static_cast<size_t>(count) + 1, 0.0f);
-    dates_.assign(static_cast<size_t>(count) + 1, Date(0.0));
-    flags_.assign(static_cast<size_t>(count) + 1, 0);
+    const uint64_t slots = static_cast<uint64_t>(count) + 1;
+    AllocateForHost(slots, sizeof(float) + sizeof(Date) + sizeof(int32_t), [&] {
+      // New arrays first, so that a failure leaves the series as it was.
+      std::vector<float> values(slots, 0.0f);
+      std::vector<Date> dates(slots, Date(0.0));
+      std::vector<int32_t> flags(slots, 0);
+      values_.swap(values);
+      dates_.swap(dates);
+      flags_.swap(flags);
+    });
   }
   starting_.reset();
   ending_.reset();

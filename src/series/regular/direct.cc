@@ -151,7 +151,8 @@ void RegularTimeSeries::FromRecordset(std::shared_ptr<Recordset> pRS,
     // A stamp on a whole minute counts toward the period that ends there.
     if (when.Second() == 0) when = when.Add(DateUnit::Second, -1);
     bool stepped = false;
-    while (DateTime(index - 1).Serial() - when.Serial() < kSlotTolerance) {
+    // Compared on the time line (before 1899 serial differences are not time differences).
+    while (DateTime(index - 1).DaysSince(when) < kSlotTolerance) {
       ApplyPadding(index, carry);
       stepped = true;
     }

@@ -63,17 +63,21 @@ TEST(FillArrayTest, ValuesAloneOrWithDates) {
 
 TEST(FromRecordsetTest, SlotsFollowStampsWithinHalfASecond) {
   // Slots at 01:00 .. 04:00. The reading at 01:00:00 is moved back a second, so it belongs
-  // with the 00:30 one; the one at 01:00:30 falls after the slot date.
-  auto ts = Hourly(At(2020, 1, 1, 1), 4, "INST-VAL");
-  auto records = Readings({{At(2019, 12, 31, 23, 30), 5},
-                           {At(2020, 1, 1, 0, 30), 7},
-                           {At(2020, 1, 1, 1), 8},
-                           {At(2020, 1, 1, 1, 0, 30), 9},
-                           {At(2020, 1, 1, 2, 30), 10}});
-  records->Filter("[Reading] > 6");
-  EXPECT_EQ(Imported(*ts, records), (V{5, 8, 9, 10}));
-  EXPECT_EQ(records->Filter(), "[Reading] > 6");  // the host's recordset is not touched
-  EXPECT_EQ(records->Fields("Reading")->Value(), Variant(7.0));
+  // with the 00:30 one; the one at 01:00:30 falls after the slot date. The same before
+  // 30 December 1899, where the serial's fraction counts forward from a day below it.
+  for (const int32_t year : {2020, 1850}) {
+    SCOPED_TRACE(year);
+    auto ts = Hourly(At(year, 1, 1, 1), 4, "INST-VAL");
+    auto records = Readings({{At(year - 1, 12, 31, 23, 30), 5},
+                             {At(year, 1, 1, 0, 30), 7},
+                             {At(year, 1, 1, 1), 8},
+                             {At(year, 1, 1, 1, 0, 30), 9},
+                             {At(year, 1, 1, 2, 30), 10}});
+    records->Filter("[Reading] > 6");
+    EXPECT_EQ(Imported(*ts, records), (V{5, 8, 9, 10}));
+    EXPECT_EQ(records->Filter(), "[Reading] > 6");  // the host's recordset is not touched
+    EXPECT_EQ(records->Fields("Reading")->Value(), Variant(7.0));
+  }
 
   // Slots on half minutes: 0.7 s before one is before it, 0.3 s before is after it (so that
   // reading would go to a fifth slot).

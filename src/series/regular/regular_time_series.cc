@@ -1,5 +1,7 @@
 #include "varnock/regular_time_series.h"
 
+#include "automation/host_memory.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -98,7 +100,7 @@ void RegularTimeSeries::Starting(Date value) {
   RequireRegularInterval(interval);
   if (interval <= kDay) {
     // Only the minute within the hour counts; the hour is dropped.
-    starting_ = Date(value.DatePart().Serial() + (value.Minute() + interval) / 1440.0);
+    starting_ = value.DatePart().PlusDays((value.Minute() + interval) / 1440.0);
   } else if (interval == kWeek) {
     starting_ = value.Add(DateUnit::Day, 8 - value.Weekday());
   } else if (interval == kMonth || interval == kYear) {
@@ -113,7 +115,8 @@ Date RegularTimeSeries::Starting() const {
 
 void RegularTimeSeries::ResizeKeeping(int32_t count) {
   if (count < 0) RaiseHostError(hostSubscriptOutOfRange);
-  values_.resize(static_cast<size_t>(count) + 1, 0.0f);
+  const uint64_t slots = static_cast<uint64_t>(count) + 1;
+  AllocateForHost(slots, sizeof(float), [&] { values_.resize(slots, 0.0f); });
 }
 
 void RegularTimeSeries::ValueCount(int32_t count) {
@@ -132,17 +135,15 @@ Date RegularTimeSeries::DateTime(int32_t lngIndex) {
   Date result;
   if (interval == kYear) {
     const bool leap_day = start.Month() == 2 && start.Day() == 29;
-    result = Date(
-        Date::Serial(start.Year() + lngIndex, start.Month(), leap_day ? 28 : start.Day()).Serial() +
-        time_of_day);
+    result = Date::Serial(start.Year() + lngIndex, start.Month(), leap_day ? 28 : start.Day())
+                 .PlusDays(time_of_day);
   } else if (interval == kMonth) {
     const int64_t month = static_cast<int64_t>(start.Month()) + lngIndex;
     const int64_t year_step = series::FloorDiv(month, 12);
     const int32_t month_of_year = static_cast<int32_t>(month - 12 * year_step);
     const int32_t day = std::min(start.Day(), 28);
-    result = Date(
-        Date::Serial(static_cast<int32_t>(start.Year() + year_step), month_of_year, day).Serial() +
-        time_of_day);
+    result = Date::Serial(static_cast<int32_t>(start.Year() + year_step), month_of_year, day)
+                 .PlusDays(time_of_day);
   } else {
     result = start.Add(DateUnit::Minute, static_cast<double>(interval) * lngIndex);
   }
