@@ -129,13 +129,18 @@ inline constexpr int kReadRetryWaitMs = 5;
 template <typename F>
 Status DssFile::ReadRetrying(F&& read) {
   for (int attempt = 0;; ++attempt) {
-    Status s = stale_ ? LoadHeader() : Status::kOk;
+    // Cached bins answer only for a file unchanged since they were read.
+    Status s = stale_ ? LoadHeader() : SyncHeader();
     if (s == Status::kOk) s = NoThrow(read);
     if (s != Status::kDamaged && s != Status::kNotFound && s != Status::kPathMismatch &&
         s != Status::kReadError && s != Status::kInvalidHeader) {
       return s;
     }
     if (attempt >= kReadRetries) return s;
+    // Unchanged and no other writer at work (we hold the lock, or nobody marked the header):
+    // the answer stands without another look.
+    if (!stale_ && HeaderUnchanged() && (in_write_ || header_[hdr::kWriteInProgress] == 0))
+      return s;
     const HeaderWords seen = header_;
     const int64_t seen_words = physical_words_;
     if (LoadHeader() != Status::kOk) {
