@@ -41,11 +41,43 @@ struct StoreContext {
   FullBlock full;
 };
 
+// A request value as the block stores it: rounded to float unless the store keeps doubles.
+double StoredValue(const RegularStore& in, size_t i) {
+  return in.doubles ? in.values[i] : static_cast<double>(ToFloat(in.values[i]));
+}
+
+// Completes block `b` holding stored slots [lo, hi] (values already in place) and encodes it.
+SeriesStatus FinishBlock(StoreContext& c, int32_t block, int32_t n_slots, int64_t first_valid,
+                         int64_t last_valid, int64_t lo, int64_t hi, const SeriesBlock* old,
+                         SeriesBlock b, internal::Prepared p,
+                         std::vector<internal::Prepared>* out) {
+  const RegularStore& in = c.in;
+  b.count = static_cast<int32_t>(hi - lo + 1);
+  b.first_position = static_cast<int32_t>(lo);
+  b.last_position = static_cast<int32_t>(hi);
+  b.granularity = c.granularity;
+  b.precision = in.precision;
+  b.offset = c.offset;
+  b.units.assign(in.units);
+  b.type.assign(in.type);
+  b.zone.assign(in.time_zone);
+  b.user_header.assign(in.user_header.begin(), in.user_header.end());
+  if (in.user_header.empty() && old != nullptr) b.user_header = old->user_header;
+  const SeriesStatus s = internal::Encode(b, c.file.version().full, &p);
+  if (!s.ok()) return s;
+  const Interval& iv = *c.path.interval;
+  const Instant first_std = FirstStandardTime(iv, block);
+  p.logical_count = n_slots;
+  p.first = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(first_valid, 0)));
+  p.last = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(last_valid, 0)));
+  out->push_back(std::move(p));
+  return {};
+}
+
 // Merges values [first, first + count) of the request into the block starting at `block`, from
 // slot `pos`, and encodes the result (or a delete, or nothing) into *out.
 SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32_t pos,
                           size_t first, int32_t count, std::vector<internal::Prepared>* out) {
-  const Interval& iv = *c.path.interval;
   const RegularStore& in = c.in;
   internal::Prepared p;
   p.path = c.path.BlockPath(block);
@@ -63,6 +95,35 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
 
   FullBlock& f = c.full;
   const auto slots = static_cast<size_t>(n_slots);
+  int64_t first_valid = -1;
+  int64_t last_valid = -1;
+  if (!exists && b.quality_size == 0 && b.inote_size == 0 && !b.has_cnotes) {
+    // A new block of plain values: straight from the request, no slot-by-slot merge.
+    int32_t written = 0;
+    for (int32_t j = 0; j < count; ++j) {
+      const double v = StoredValue(in, first + static_cast<size_t>(j));
+      if (in.plan == kPlanKeepOnMissing && IsMissing(v)) continue;
+      ++written;
+      if (IsMissing(v)) continue;
+      if (first_valid < 0) first_valid = pos + j;
+      last_valid = pos + j;
+    }
+    if (written == 0 || (first_valid < 0 && in.plan == kPlanDeleteEmpty)) return {};
+    const int64_t lo = std::max<int64_t>(first_valid, 0);
+    const int64_t hi = std::max<int64_t>(last_valid, 0);
+    b.values.resize(static_cast<size_t>(hi - lo + 1) * b.value_size);
+    for (int64_t slot = lo; slot <= hi; ++slot) {
+      const int64_t j = slot - pos;
+      double v = kUndefinedDouble;
+      if (j >= 0 && j < count) {
+        v = StoredValue(in, first + static_cast<size_t>(j));
+        if (in.plan == kPlanKeepOnMissing && IsMissing(v)) v = kUndefinedDouble;
+      }
+      SetValueAt(b.values, b.value_size, static_cast<size_t>(slot - lo), v);
+    }
+    return FinishBlock(c, block, n_slots, first_valid, last_valid, lo, hi, exists ? &old : nullptr,
+                       std::move(b), std::move(p), out);
+  }
   f.values.assign(slots, kUndefinedDouble);
   f.quality.assign(slots * b.quality_size, 0);
   f.inotes.assign(slots * b.inote_size, 0);
@@ -87,7 +148,7 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   for (int32_t j = 0; j < count; ++j) {
     const size_t i = first + static_cast<size_t>(j);
     const size_t slot = static_cast<size_t>(pos + j);
-    const double v = in.doubles ? in.values[i] : static_cast<double>(ToFloat(in.values[i]));
+    const double v = StoredValue(in, i);
     if (in.plan == kPlanReplaceMissing && !IsMissing(f.values[slot])) continue;
     if (in.plan == kPlanKeepOnMissing && IsMissing(v)) continue;
     ++written;
@@ -106,8 +167,6 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   // Plans 1 and 4 write nothing when no slot takes a new value.
   if (written == 0 && (in.plan == kPlanReplaceMissing || in.plan == kPlanKeepOnMissing)) return {};
 
-  int64_t first_valid = -1;
-  int64_t last_valid = -1;
   for (size_t slot = 0; slot < slots; ++slot) {
     if (!SlotValid(f, b, slot)) continue;
     if (first_valid < 0) first_valid = static_cast<int64_t>(slot);
@@ -125,17 +184,8 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   const bool whole = b.quality_size > 0 || b.inote_size > 0 || b.has_cnotes;
   const int64_t lo = whole ? 0 : std::max<int64_t>(first_valid, 0);
   const int64_t hi = whole ? n_slots - 1 : std::max<int64_t>(last_valid, 0);
-  b.count = static_cast<int32_t>(hi - lo + 1);
-  b.first_position = static_cast<int32_t>(lo);
-  b.last_position = static_cast<int32_t>(hi);
-  b.granularity = c.granularity;
-  b.precision = in.precision;
-  b.offset = c.offset;
-  b.units.assign(in.units);
-  b.type.assign(in.type);
-  b.zone.assign(in.time_zone);
-  b.values.resize(static_cast<size_t>(b.count) * b.value_size);
-  for (int32_t i = 0; i < b.count; ++i)
+  b.values.resize(static_cast<size_t>(hi - lo + 1) * b.value_size);
+  for (int64_t i = 0; i <= hi - lo; ++i)
     SetValueAt(b.values, b.value_size, static_cast<size_t>(i), f.values[lo + i]);
   b.quality.assign(f.quality.begin() + lo * b.quality_size,
                    f.quality.begin() + (hi + 1) * b.quality_size);
@@ -146,17 +196,8 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
       b.cnotes.push_back('\0');
     }
   }
-  b.user_header.assign(in.user_header.begin(), in.user_header.end());
-  if (in.user_header.empty() && exists) b.user_header = old.user_header;
-
-  s = internal::Encode(b, c.file.version().full, &p);
-  if (!s.ok()) return s;
-  const Instant first_std = FirstStandardTime(iv, block);
-  p.logical_count = n_slots;
-  p.first = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(first_valid, 0)));
-  p.last = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(last_valid, 0)));
-  out->push_back(std::move(p));
-  return {};
+  return FinishBlock(c, block, n_slots, first_valid, last_valid, lo, hi, exists ? &old : nullptr,
+                     std::move(b), std::move(p), out);
 }
 
 }  // namespace
@@ -229,7 +270,7 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
   const Instant first_std = Standardise(iv, start).standard;
   if (!InCalendar(StepStandard(iv, first_std, count))) return Fail(SeriesCode::kBadTime);
   const auto n = static_cast<size_t>(count);
-  *out = SeriesRead();
+  internal::ResetRead(out);
   out->values.assign(n, kUndefinedDouble);
 
   SeriesBlock b;
@@ -277,8 +318,6 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
             out->cnotes.push_back('\0');
           }
         }
-        out->last = std::move(b);
-        b = SeriesBlock();
       }
       if (out->has_cnotes && !found) out->cnotes.append(take, '\0');
       done += take;
@@ -288,6 +327,8 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
         SlotOf(iv, block, StepStandard(iv, first_std, static_cast<int64_t>(done))), 0);
   }
 
+  // The last block found is the one `b` still holds: a block not found leaves it alone.
+  if (out->blocks_found > 0) out->last = std::move(b);
   out->times.resize(n);
   if (iv.klass == IntervalClass::kFixed) {
     // Fixed steps: the reported time of slot i is plain arithmetic.

@@ -23,6 +23,9 @@ inline SeriesStatus FileFail(dss7::Status status) {
 SeriesStatus AdoptBlock(const SeriesBlock& b, size_t value_slots, size_t note_slots,
                         SeriesRead* out);
 
+// Empties a read for reuse, keeping the capacity of its arrays.
+void ResetRead(SeriesRead* out);
+
 // One read per record: *found false when the block does not exist.
 SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
                        SeriesBlock* out, bool* found);
