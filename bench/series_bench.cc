@@ -377,7 +377,7 @@ void RawChunks(const std::filesystem::path& path, int64_t chunks, int64_t values
   ::close(fd);
 }
 
-void RatioTable(int reps) {
+void RatioTable(int reps, const std::string& only) {
   const auto folder = BenchFolder();
   const auto raw_path = folder / "raw.bin";
   const auto dss_path = folder / "ratios.dss";
@@ -389,7 +389,7 @@ void RatioTable(int reps) {
     file = NewFile(dss_path, shape);
   };
   auto close = [&] { file->Close(); };
-  for (int k = 0; k < 2; ++k) {
+  for (int k = 0; k < 2 && (only.empty() || only == "shapes"); ++k) {
     const Shape shape = kShapes[k];
     const std::string tag =
         std::to_string(shape.series_count) + "x" + std::to_string(shape.values_per_series) + " ";
@@ -432,44 +432,49 @@ void RatioTable(int reps) {
              raw_read);
   }
 
-  // 100,000 records of one block each: a day of hourly values.
-  const Shape day{100000, 24};
-  const auto day_values = Values(day.values_per_series);
-  constexpr series::Instant kDayStart = series::MakeInstant(44197, 3600);  // 2 Jan 2021 01:00
-  auto day_path = [](int64_t i) { return "/BENCH/L" + std::to_string(i) + "/FLOW//1HOUR/RUN/"; };
-  const auto raw_write = Repeat(
-      reps, nullptr, [&] { RawChunks(raw_path, day.series_count, day.values_per_series, true); });
-  const auto raw_read = Repeat(
-      reps, nullptr, [&] { RawChunks(raw_path, day.series_count, day.values_per_series, false); });
-  const int few = std::max(1, reps / 2);
-  PrintRow("100000x24 raw write", raw_write, raw_write);
-  PrintRow("100000x24 raw read", raw_read, raw_read);
-  PrintRow("100000x24 engine store",
-           Repeat(
-               few, [&] { fresh(day); },
-               [&] {
-                 StoreAll(*file, day, day_values, 0, day_path, kDayStart);
-                 close();
-               }),
-           raw_write);
-  PrintRow("100000x24 engine store, batches",
-           Repeat(
-               few, [&] { fresh(day); },
-               [&] {
-                 StoreAll(*file, day, day_values, 1000, day_path, kDayStart);
-                 close();
-               }),
-           raw_write);
-  file = OpenReadOnly(dss_path);
+  if (!only.empty() && only != "day" && only != "mixed") return;
   series::SeriesRead read;
-  PrintRow("100000x24 engine retrieve",
-           Repeat(few, nullptr,
-                  [&] {
-                    for (int64_t i = 0; i < day.series_count; ++i)
-                      series::ReadRegular(*file, day_path(i), kDayStart, day.values_per_series,
-                                          &read);
-                  }),
-           raw_read);
+  if (only.empty() || only == "day") {
+    // 100,000 records of one block each: a day of hourly values.
+    const Shape day{100000, 24};
+    const auto day_values = Values(day.values_per_series);
+    constexpr series::Instant kDayStart = series::MakeInstant(44197, 3600);  // 2 Jan 2021 01:00
+    auto day_path = [](int64_t i) { return "/BENCH/L" + std::to_string(i) + "/FLOW//1HOUR/RUN/"; };
+    const auto raw_write = Repeat(
+        reps, nullptr, [&] { RawChunks(raw_path, day.series_count, day.values_per_series, true); });
+    const auto raw_read = Repeat(reps, nullptr, [&] {
+      RawChunks(raw_path, day.series_count, day.values_per_series, false);
+    });
+    const int few = std::max(1, reps / 2);
+    PrintRow("100000x24 raw write", raw_write, raw_write);
+    PrintRow("100000x24 raw read", raw_read, raw_read);
+    PrintRow("100000x24 engine store",
+             Repeat(
+                 few, [&] { fresh(day); },
+                 [&] {
+                   StoreAll(*file, day, day_values, 0, day_path, kDayStart);
+                   close();
+                 }),
+             raw_write);
+    PrintRow("100000x24 engine store, batches",
+             Repeat(
+                 few, [&] { fresh(day); },
+                 [&] {
+                   StoreAll(*file, day, day_values, 1000, day_path, kDayStart);
+                   close();
+                 }),
+             raw_write);
+    file = OpenReadOnly(dss_path);
+    PrintRow("100000x24 engine retrieve",
+             Repeat(few, nullptr,
+                    [&] {
+                      for (int64_t i = 0; i < day.series_count; ++i)
+                        series::ReadRegular(*file, day_path(i), kDayStart, day.values_per_series,
+                                            &read);
+                    }),
+             raw_read);
+  }
+  if (!only.empty() && only != "mixed") return;
 
   // Mixed: a filled 2000 x 744 file; even series get a week rewritten, odd ones are read.
   const Shape month = kShapes[1];
@@ -521,8 +526,11 @@ BENCHMARK(BM_ClassRetrieve)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     if (std::strncmp(argv[i], "--ratios", 8) == 0) {
-      const int reps = argv[i][8] == '=' ? std::max(1, std::atoi(argv[i] + 9)) : 7;
-      RatioTable(reps);
+      // --ratios[=N[,shapes|day|mixed]]
+      const std::string arg = argv[i] + 8;
+      const size_t comma = arg.find(',');
+      const int reps = arg.size() > 1 ? std::max(1, std::atoi(arg.c_str() + 1)) : 7;
+      RatioTable(reps, comma == std::string::npos ? std::string() : arg.substr(comma + 1));
       std::filesystem::remove_all(BenchFolder());
       return 0;
     }

@@ -18,6 +18,7 @@ constexpr int64_t kMaxLockArray = 100;
 constexpr int64_t kMaxFileWords = int64_t{1} << 40;
 constexpr int64_t kMaxCachedBinWords = int64_t{1} << 23;  // 64 MB of bins
 constexpr int64_t kMaxBodyGuess = int64_t{1} << 17;       // 1 MB read ahead of a record's areas
+constexpr int64_t kMaxGroupWords = int64_t{1} << 19;      // 4 MB: one read of several records
 constexpr int64_t kInfoSpanWords = info::kFixedWords + WordsForBytes(kLookupPathBytes);
 
 int64_t SystemMillis() {
@@ -148,6 +149,7 @@ Status DssFile::SyncHeader() {
 void DssFile::DropCaches() {
   hash_table_loaded_ = false;
   bins_.clear();
+  bin_index_.clear();
   bin_cache_words_ = 0;
 }
 
@@ -541,10 +543,13 @@ Status DssFile::ReadSpan(int64_t address, int64_t body) {
 }
 
 Status DssFile::InfoFromSpan(int64_t address, InfoBlock* out) const {
-  const auto n = std::min<int64_t>(static_cast<int64_t>(record_buf_.size()), kInfoSpanWords);
-  if (record_buf_at_ != address || n < info::kFixedWords) return Status::kDamaged;
+  const int64_t at = address - record_buf_at_;
+  const int64_t n =
+      std::min<int64_t>(static_cast<int64_t>(record_buf_.size()) - at, kInfoSpanWords);
+  if (record_buf_at_ == 0 || at < 0 || n < info::kFixedWords) return Status::kDamaged;
   out->address = address;
-  const Status s = DecodeInfoBlock(std::span(record_buf_).first(static_cast<size_t>(n)), out);
+  const Status s = DecodeInfoBlock(
+      std::span(record_buf_).subspan(static_cast<size_t>(at), static_cast<size_t>(n)), out);
   if (s != Status::kOk) return s;
   if (out->Words() > n) return Status::kDamaged;
   return Status::kOk;
@@ -555,9 +560,9 @@ Status DssFile::BinView(int64_t address, std::span<const int64_t>* out) {
   // While another writer is at work the bins may change under us: read them afresh.
   const bool cacheable = in_write_ || header_[hdr::kWriteInProgress] == 0;
   if (cacheable) {
-    const auto it = bins_.find(address);
-    if (it != bins_.end() && it->second.size() == bin_size) {
-      *out = it->second;
+    const auto it = bin_index_.find(address);
+    if (it != bin_index_.end() && it->second->size() == bin_size) {
+      *out = *it->second;
       return Status::kOk;
     }
   }
@@ -567,12 +572,10 @@ Status DssFile::BinView(int64_t address, std::span<const int64_t>* out) {
     *out = scratch_;
     return s;
   }
-  if (bin_cache_words_ > kMaxCachedBinWords) {
-    bins_.clear();
-    bin_cache_words_ = 0;
-  }
+  if (bin_cache_words_ > kMaxCachedBinWords) DropCaches();
   auto& cached = bins_[address];
   cached = scratch_;
+  bin_index_[address] = &cached;
   bin_cache_words_ += static_cast<int64_t>(bin_size);
   *out = cached;
   return Status::kOk;
@@ -651,7 +654,7 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
       if (wanted && !probe->found) {
         InfoBlock info;
         Status r = Status::kOk;
-        if (want != Want::kRenamed) {
+        if (want != Want::kRenamed && !probe->locate_only) {
           r = ResolveInfo(e.info_address, e.status == entry_status::kAlias ? 0 : probe->bin_hash,
                           &info);
         }
@@ -729,6 +732,65 @@ Status DssFile::ReadRecord(std::string_view path, Record* out) {
     want_body_ = false;
     if (s != Status::kOk) return s;
     return ReadAreas(probe.info, out);
+  });
+}
+
+Status DssFile::ReadRecords(std::span<const std::string> paths, std::span<Record> out,
+                            std::span<Status> statuses) {
+  if (!open_) return Status::kNotOpen;
+  if (out.size() < paths.size() || statuses.size() < paths.size()) return Status::kInvalidArgument;
+  return NoThrow([&]() -> Status {
+    std::fill(statuses.begin(), statuses.end(), Status::kNotFound);
+    struct Located {
+      int64_t address;
+      int64_t bin_hash;
+      size_t index;
+    };
+    std::vector<Located> located;
+    // Located from the cached bins while the file is unchanged and no other writer is at work;
+    // anything else (and every record not read here) takes the one-by-one path below.
+    Status s = stale_ ? LoadHeader() : SyncHeader();
+    if (s == Status::kOk && (in_write_ || header_[hdr::kWriteInProgress] == 0)) {
+      for (size_t i = 0; i < paths.size(); ++i) {
+        Probe probe;
+        probe.locate_only = true;
+        if (FindEntry(paths[i], Want::kLive, &probe) == Status::kOk &&
+            probe.entry.status != entry_status::kAlias) {
+          located.push_back({probe.entry.info_address, probe.bin_hash, i});
+        }
+      }
+    }
+    std::sort(located.begin(), located.end(),
+              [](const Located& a, const Located& b) { return a.address < b.address; });
+    for (size_t g = 0; g < located.size();) {
+      // A group: records each starting within a read-ahead of the one before.
+      size_t end = g + 1;
+      while (end < located.size() &&
+             located[end].address - located[end - 1].address <= kMaxBodyGuess &&
+             located[end].address - located[g].address <= kMaxGroupWords)
+        ++end;
+      const int64_t first = located[g].address;
+      if (first >= hdr::kWords && first < physical_words_ &&
+          ReadSpan(first, located[end - 1].address - first + body_guess_) == Status::kOk) {
+        for (size_t k = g; k < end; ++k) {
+          const Located& at = located[k];
+          InfoBlock info;
+          const int64_t offset = at.address - first;
+          if (offset + info::kFixedWords > static_cast<int64_t>(record_buf_.size()) ||
+              record_buf_[static_cast<size_t>(offset + info::kFlag)] != kInfoFlag ||
+              InfoFromSpan(at.address, &info) != Status::kOk || info.bin_hash != at.bin_hash) {
+            statuses[at.index] = Status::kDamaged;  // read again below, one by one
+            continue;
+          }
+          statuses[at.index] = ReadAreas(info, &out[at.index]);
+        }
+      }
+      g = end;
+    }
+    for (size_t i = 0; i < paths.size(); ++i) {
+      if (statuses[i] != Status::kOk) statuses[i] = ReadRecord(paths[i], &out[i]);
+    }
+    return Status::kOk;
   });
 }
 

@@ -30,6 +30,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/dss7/file_io.h"
@@ -163,6 +164,11 @@ class DssFile {
   Status Lookup(std::string_view path, InfoBlock* info);
   bool Exists(std::string_view path);
   Status ReadRecord(std::string_view path, Record* out);
+  // Several records at once, statuses[i] as ReadRecord(paths[i], &out[i]) would give. Records
+  // lying close together in the file (the blocks of one series, written together) are read
+  // with one read per group. `out` and `statuses` must be as long as `paths`.
+  Status ReadRecords(std::span<const std::string> paths, std::span<Record> out,
+                     std::span<Status> statuses);
   Status ReadInfoAt(int64_t address, InfoBlock* out);
 
   Status WriteNewRecord(std::string_view path, const RecordData& data);  // kExists if live
@@ -254,7 +260,8 @@ class DssFile {
   std::vector<int64_t> scratch_;
   const std::byte* header_view_ = nullptr;  // live mapped header, when the FileIO has one
   // Bins read while the file was unchanged, by address; dropped with the hash table.
-  std::map<int64_t, std::vector<int64_t>> bins_;
+  std::map<int64_t, std::vector<int64_t>> bins_;  // ordered: a write finds what it overlaps
+  std::unordered_map<int64_t, const std::vector<int64_t>*> bin_index_;  // lookups
   int64_t bin_cache_words_ = 0;
   // The last ReadSpan: a record's info block and, for record reads, its areas.
   std::vector<int64_t> record_buf_;

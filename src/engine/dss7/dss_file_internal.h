@@ -17,7 +17,8 @@ namespace varnock::engine::dss7 {
 
 // Result of walking one path's hash chain.
 struct DssFile::Probe {
-  bool full_walk = false;  // writers: walk the whole chain even after a match
+  bool full_walk = false;    // writers: walk the whole chain even after a match
+  bool locate_only = false;  // find the entry, leave its info block unread
   int64_t bin_hash = 0;
   int32_t table_hash = 0;
   int64_t chain_head = 0;      // hash-table entry (0: no chain yet)

@@ -98,28 +98,41 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   int64_t first_valid = -1;
   int64_t last_valid = -1;
   if (!exists && b.quality_size == 0 && b.inote_size == 0 && !b.has_cnotes) {
-    // A new block of plain values: straight from the request, no slot-by-slot merge.
+    // A new block of plain values: converted in one pass into slots [pos, pos + count), then
+    // trimmed to the slots from the first to the last valid one.
+    const int32_t size = b.value_size;
+    b.values.resize(static_cast<size_t>(count) * size);
     int32_t written = 0;
     for (int32_t j = 0; j < count; ++j) {
-      const double v = StoredValue(in, first + static_cast<size_t>(j));
-      if (in.plan == kPlanKeepOnMissing && IsMissing(v)) continue;
-      ++written;
-      if (IsMissing(v)) continue;
-      if (first_valid < 0) first_valid = pos + j;
-      last_valid = pos + j;
+      double v = in.values[first + static_cast<size_t>(j)];
+      if (size == 1) {
+        const float f = ToFloat(v);
+        v = f;
+        std::memcpy(b.values.data() + j, &f, sizeof f);
+      } else {
+        std::memcpy(b.values.data() + 2 * int64_t{j}, &v, sizeof v);
+      }
+      if (!IsMissing(v)) {
+        ++written;
+        if (first_valid < 0) first_valid = pos + j;
+        last_valid = pos + j;
+      } else if (in.plan == kPlanKeepOnMissing) {
+        SetValueAt(b.values, size, static_cast<size_t>(j), kUndefinedDouble);
+      } else {
+        ++written;
+      }
     }
     if (written == 0 || (first_valid < 0 && in.plan == kPlanDeleteEmpty)) return {};
     const int64_t lo = std::max<int64_t>(first_valid, 0);
     const int64_t hi = std::max<int64_t>(last_valid, 0);
-    b.values.resize(static_cast<size_t>(hi - lo + 1) * b.value_size);
-    for (int64_t slot = lo; slot <= hi; ++slot) {
-      const int64_t j = slot - pos;
-      double v = kUndefinedDouble;
-      if (j >= 0 && j < count) {
-        v = StoredValue(in, first + static_cast<size_t>(j));
-        if (in.plan == kPlanKeepOnMissing && IsMissing(v)) v = kUndefinedDouble;
-      }
-      SetValueAt(b.values, b.value_size, static_cast<size_t>(slot - lo), v);
+    if (first_valid < 0) {
+      // Nothing valid: HEC's one undefined value at slot 0 (or what the request put there).
+      const double at_zero = pos == 0 ? ValueAt(b.values, size, 0) : kUndefinedDouble;
+      b.values.resize(static_cast<size_t>(size));
+      SetValueAt(b.values, size, 0, at_zero);
+    } else {
+      b.values.erase(b.values.begin() + (hi - pos + 1) * size, b.values.end());
+      b.values.erase(b.values.begin(), b.values.begin() + (lo - pos) * size);
     }
     return FinishBlock(c, block, n_slots, first_valid, last_valid, lo, hi, exists ? &old : nullptr,
                        std::move(b), std::move(p), out);
@@ -273,8 +286,14 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
   internal::ResetRead(out);
   out->values.assign(n, kUndefinedDouble);
 
-  SeriesBlock b;
-  std::vector<uint32_t> offsets;
+  // The blocks the window touches, read together (one pass over records lying together).
+  struct Segment {
+    int32_t slots;
+    int64_t pos;
+    size_t take;
+  };
+  std::vector<Segment> segments;
+  std::vector<std::string> block_paths;
   int32_t block = BlockOf(iv.block, first_std);
   int64_t pos = std::max<int64_t>(SlotOf(iv, block, first_std), 0);
   size_t done = 0;
@@ -282,8 +301,24 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
     const int32_t slots = ValuesPerBlock(iv, block);
     if (pos < slots) {
       const auto take = static_cast<size_t>(std::min<int64_t>(slots - pos, count - done));
+      segments.push_back({slots, pos, take});
+      block_paths.push_back(path.BlockPath(block));
+      done += take;
+    }
+    block = NextBlockStart(iv.block, block);
+    pos = std::max<int64_t>(
+        SlotOf(iv, block, StepStandard(iv, first_std, static_cast<int64_t>(done))), 0);
+  }
+  internal::BlockRecords& records = internal::ReadBlockRecords(file, block_paths);
+
+  SeriesBlock b;
+  std::vector<uint32_t> offsets;
+  done = 0;
+  for (size_t k = 0; k < segments.size(); ++k) {
+    const auto [slots, pos, take] = segments[k];
+    {
       bool found = false;
-      s = internal::ReadBlock(file, path.BlockPath(block), false, &b, &found);
+      s = internal::TakeBlock(file, records.statuses[k], records.records[k], false, &b, &found);
       if (!s.ok()) return s;
       if (found && b.last_position >= slots) return Fail(SeriesCode::kDamaged);
       if (!found) {
@@ -322,9 +357,6 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
       if (out->has_cnotes && !found) out->cnotes.append(take, '\0');
       done += take;
     }
-    block = NextBlockStart(iv.block, block);
-    pos = std::max<int64_t>(
-        SlotOf(iv, block, StepStandard(iv, first_std, static_cast<int64_t>(done))), 0);
   }
 
   // The last block found is the one `b` still holds: a block not found leaves it alone.

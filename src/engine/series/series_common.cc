@@ -25,7 +25,20 @@ SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregu
                        SeriesBlock* out, bool* found) {
   // One record buffer per thread: series reads and stores read block after block.
   thread_local dss7::Record record;
-  const dss7::Status s = file.ReadRecord(path, &record);
+  return TakeBlock(file, file.ReadRecord(path, &record), record, irregular, out, found);
+}
+
+BlockRecords& ReadBlockRecords(dss7::DssFile& file, const std::vector<std::string>& paths) {
+  thread_local BlockRecords read;
+  if (read.records.size() < paths.size()) read.records.resize(paths.size());
+  read.statuses.assign(paths.size(), dss7::Status::kNotFound);
+  const dss7::Status s = file.ReadRecords(paths, read.records, read.statuses);
+  if (!dss7::Ok(s)) read.statuses.assign(paths.size(), s);
+  return read;
+}
+
+SeriesStatus TakeBlock(dss7::DssFile& file, dss7::Status s, const dss7::Record& record,
+                       bool irregular, SeriesBlock* out, bool* found) {
   *found = false;
   if (s == dss7::Status::kNotFound) return {};
   if (!dss7::Ok(s)) return FileFail(s);
