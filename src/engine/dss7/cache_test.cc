@@ -144,5 +144,43 @@ TEST(Dss7Cache, ABatchHoldsTheLockAndTheMarkUntilItEnds) {
   }
 }
 
+TEST(Dss7Cache, ReadingSeveralRecordsAtOnceGivesWhatReadingEachGives) {
+  for (const bool posix : {true, false}) {
+    CreateOptions tiny;
+    tiny.hash_table_size = 5;
+    tiny.bin_size = 30;
+    Pair p = posix ? OpenPosixPair("cache_many.dss", tiny) : OpenMemoryPair(tiny);
+    ASSERT_TRUE(p.a && p.b);
+    // Records written together, others rewritten (smaller, so into freed space, or larger),
+    // deleted, and paths never written, in one request.
+    std::vector<std::string> paths;
+    for (int i = 0; i < 12; ++i) {
+      paths.push_back("/M/P" + std::to_string(i) + "/FLOW///X/");
+      Payload v(i + 1, 20 + 30 * (i % 3));
+      ASSERT_EQ(p.a->Store(paths.back(), v.data), Status::kOk);
+    }
+    for (int i : {2, 7}) {
+      Payload v(50 + i, 4);
+      ASSERT_EQ(p.b->Store(paths[static_cast<size_t>(i)], v.data), Status::kOk);
+    }
+    Payload grown(60, 300);
+    ASSERT_EQ(p.b->Store(paths[5], grown.data), Status::kOk);
+    ASSERT_EQ(p.b->Delete(paths[9]), Status::kOk);
+    paths.push_back("/M/NEVER/FLOW///X/");
+    paths.push_back(paths[3]);  // the same path twice
+    std::vector<Record> many(paths.size());
+    std::vector<Status> statuses(paths.size());
+    // Through the handle that wrote first (its caches older than the other's writes).
+    ASSERT_EQ(p.a->ReadRecords(paths, many, statuses), Status::kOk);
+    for (size_t i = 0; i < paths.size(); ++i) {
+      Record one;
+      EXPECT_EQ(statuses[i], p.b->ReadRecord(paths[i], &one)) << paths[i];
+      if (statuses[i] != Status::kOk) continue;
+      EXPECT_EQ(many[i].areas, one.areas) << paths[i];
+      EXPECT_EQ(many[i].info.address, one.info.address) << paths[i];
+    }
+  }
+}
+
 }  // namespace
 }  // namespace varnock::engine::dss7
