@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -108,12 +109,18 @@ void Report(benchmark::State& state, const Shape& shape, double raw_seconds,
 }
 
 std::unique_ptr<dss7::DssFile> NewFile(const std::filesystem::path& path, const Shape& shape) {
+  // The folder again: a long run may outlive a clean-up of the temporary folder.
+  std::filesystem::create_directories(path.parent_path());
   std::filesystem::remove(path);
   dss7::CreateOptions create;
   create.expected_paths = shape.series_count * 13;
   std::unique_ptr<dss7::DssFile> file;
   dss7::FileOptions options;
-  if (!dss7::Ok(dss7::DssFile::Create(path.string(), create, options, &file))) return nullptr;
+  const dss7::Status status = dss7::DssFile::Create(path.string(), create, options, &file);
+  if (!dss7::Ok(status)) {
+    std::fprintf(stderr, "cannot create %s: status %d\n", path.c_str(), static_cast<int>(status));
+    std::exit(1);
+  }
   return file;
 }
 
@@ -366,6 +373,7 @@ void PrintRow(const std::string& name, const std::vector<Times>& t, const std::v
 void RawChunks(const std::filesystem::path& path, int64_t chunks, int64_t values, bool write) {
   std::vector<float> chunk(static_cast<size_t>(values), 1.5f);
   const size_t bytes = chunk.size() * sizeof(float);
+  std::filesystem::create_directories(path.parent_path());
   const int fd = ::open(path.c_str(), write ? (O_WRONLY | O_CREAT | O_TRUNC) : O_RDONLY, 0644);
   for (int64_t i = 0; i < chunks; ++i) {
     const auto at = static_cast<off_t>(i * static_cast<int64_t>(bytes));
