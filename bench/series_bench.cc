@@ -154,7 +154,11 @@ std::unique_ptr<dss7::DssFile> OpenReadOnly(const std::filesystem::path& path) {
   std::unique_ptr<dss7::DssFile> file;
   dss7::FileOptions options;
   options.read_only = true;
-  dss7::DssFile::Open(path.string(), options, &file);
+  const dss7::Status status = dss7::DssFile::Open(path.string(), options, &file);
+  if (!dss7::Ok(status)) {
+    std::fprintf(stderr, "cannot open %s: status %d\n", path.c_str(), static_cast<int>(status));
+    std::exit(1);
+  }
   return file;
 }
 
