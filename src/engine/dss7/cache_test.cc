@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/dss7/fault_file_io.h"
 #include "engine/dss7/integrity.h"
 #include "engine/dss7/posix_file_io.h"
 #include "engine/dss7/test_support.h"
@@ -180,6 +181,33 @@ TEST(Dss7Cache, ReadingSeveralRecordsAtOnceGivesWhatReadingEachGives) {
       EXPECT_EQ(many[i].info.address, one.info.address) << paths[i];
     }
   }
+}
+
+TEST(Dss7Cache, RecordsWrittenTogetherAreReadInOnePass) {
+  auto storage = MemoryFileIO::NewStorage();
+  Status s;
+  ASSERT_NE(testing::CreateMemory(storage, {}, &s), nullptr);
+  auto counting = std::make_unique<FaultFileIO>(std::make_unique<MemoryFileIO>(storage));
+  FaultFileIO* counter = counting.get();
+  std::unique_ptr<DssFile> file;
+  ASSERT_EQ(DssFile::OpenIO(std::move(counting), {}, &file), Status::kOk);
+  std::vector<std::string> paths;
+  for (int i = 0; i < 12; ++i) {
+    paths.push_back("/ONE/PASS/FLOW/0" + std::to_string(i + 1) + "JAN2021/1HOUR/X/");
+    Payload v(i + 1, 700);
+    ASSERT_EQ(file->Store(paths.back(), v.data), Status::kOk);
+  }
+  std::vector<Record> many(paths.size());
+  std::vector<Status> statuses(paths.size());
+  ASSERT_EQ(file->ReadRecords(paths, many, statuses), Status::kOk);  // caches the bins
+  const int64_t before = counter->reads();
+  ASSERT_EQ(file->ReadRecords(paths, many, statuses), Status::kOk);
+  for (size_t i = 0; i < paths.size(); ++i) {
+    ASSERT_EQ(statuses[i], Status::kOk);
+    EXPECT_EQ(many[i].areas[kValues1][0], static_cast<int32_t>(i + 1) * 1000);
+  }
+  // The header check (no mapped header here), then one read of all twelve records.
+  EXPECT_LE(counter->reads() - before, 2);
 }
 
 }  // namespace

@@ -615,8 +615,10 @@ Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
 
 Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
   const bool full_walk = probe->full_walk;
+  const bool locate_only = probe->locate_only;
   *probe = {};
   probe->full_walk = full_walk;
+  probe->locate_only = locate_only;
   if (path.size() > static_cast<size_t>(kLookupPathBytes)) path = path.substr(0, kLookupPathBytes);
   Status s = EnsureHashTable();
   if (s != Status::kOk) return s;
