@@ -1,6 +1,7 @@
 #include "engine/dss7/codec.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace varnock::engine::dss7 {
 
@@ -24,8 +25,15 @@ std::string LoadBytes(std::span<const int64_t> words, size_t n) {
   return out;
 }
 
+// On little-endian hosts an int32 array and its words are the same bytes: one copy.
 void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words) {
   const size_t n = values.size();
+  if constexpr (std::endian::native == std::endian::little) {
+    const size_t whole = std::min(n / 2, words.size());
+    std::memcpy(words.data(), values.data(), whole * 8);
+    if (n % 2 != 0 && whole < words.size()) words[whole] = PackPair(values[n - 1], 0);
+    return;
+  }
   for (size_t w = 0; w * 2 < n && w < words.size(); ++w) {
     const int32_t lo = values[2 * w];
     const int32_t hi = 2 * w + 1 < n ? values[2 * w + 1] : 0;
@@ -34,6 +42,10 @@ void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words) {
 }
 
 void UnpackInt32s(std::span<const int64_t> words, std::span<int32_t> values) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(values.data(), words.data(), std::min(values.size() * 4, words.size() * 8));
+    return;
+  }
   for (size_t i = 0; i < values.size() && i / 2 < words.size(); ++i) {
     values[i] = (i % 2 == 0) ? PairFirst(words[i / 2]) : PairSecond(words[i / 2]);
   }

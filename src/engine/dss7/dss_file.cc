@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "engine/dss7/codec.h"
@@ -15,6 +16,10 @@ namespace {
 constexpr int kMaxAliasHops = 64;
 constexpr int64_t kMaxLockArray = 100;
 constexpr int64_t kMaxFileWords = int64_t{1} << 40;
+constexpr int64_t kMaxCachedBinWords = int64_t{1} << 23;  // 64 MB of bins
+constexpr int64_t kMaxBodyGuess = int64_t{1} << 17;       // 1 MB read ahead of a record's areas
+constexpr int64_t kMaxGroupWords = int64_t{1} << 19;      // 4 MB: one read of several records
+constexpr int64_t kInfoSpanWords = info::kFixedWords + WordsForBytes(kLookupPathBytes);
 
 int64_t SystemMillis() {
   using namespace std::chrono;
@@ -124,12 +129,44 @@ Status DssFile::LoadHeader() {
   if (s != Status::kOk) return s == Status::kReadError ? Status::kInvalidHeader : s;
   s = io_->SizeWords(&physical_words_);
   if (s != Status::kOk) return s;
-  if (fresh != header_ || stale_) hash_table_loaded_ = false;
+  if (fresh != header_ || stale_) DropCaches();
   header_ = fresh;
   s = CheckGeometry();
   if (s != Status::kOk) return s;
   stale_ = false;
   return Status::kOk;
+}
+
+bool DssFile::HeaderUnchanged() const {
+  return header_view_ != nullptr &&
+         std::memcmp(header_view_, header_.data(), sizeof(HeaderWords)) == 0;
+}
+
+Status DssFile::SyncHeader() {
+  return HeaderUnchanged() ? Status::kOk : LoadHeader();
+}
+
+void DssFile::DropCaches() {
+  hash_table_loaded_ = false;
+  bins_.clear();
+  bin_index_.clear();
+  bin_cache_words_ = 0;
+}
+
+void DssFile::PatchCaches(int64_t address, std::span<const int64_t> words) {
+  const int64_t end = address + static_cast<int64_t>(words.size());
+  auto patch = [&](int64_t at, std::span<int64_t> cached) {
+    const int64_t from = std::max(at, address);
+    const int64_t to = std::min(at + static_cast<int64_t>(cached.size()), end);
+    if (from < to)
+      std::copy(words.begin() + (from - address), words.begin() + (to - address),
+                cached.begin() + (from - at));
+  };
+  if (hash_table_loaded_) patch(header_[hdr::kHashTableAddress], hash_table_);
+  // Bins starting less than a bin before the range may reach into it.
+  for (auto it = bins_.upper_bound(address - header_[hdr::kBinSize]);
+       it != bins_.end() && it->first < end; ++it)
+    patch(it->first, it->second);
 }
 
 Status DssFile::Refresh() {
@@ -150,6 +187,7 @@ Status DssFile::OpenIO(std::unique_ptr<FileIO> io, const FileOptions& options,
     std::unique_ptr<DssFile> file(new DssFile(std::move(io), options));
     s = file->LoadHeader();
     if (s != Status::kOk) return s;
+    if (kHostIsDiskOrder) file->header_view_ = file->io_->MapPrefix(sizeof(HeaderWords));
     file->read_only_ = options.read_only || file->io_->ReadOnly();
     file->open_ = true;
     (void)file->TakeReadSlot();
@@ -307,6 +345,7 @@ Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create
     if (s == Status::kOk) s = file->io_->Sync();
     if (s != Status::kOk) return s;
     file->physical_words_ = next + 1;
+    if (kHostIsDiskOrder) file->header_view_ = file->io_->MapPrefix(sizeof(HeaderWords));
     file->open_ = true;
     (void)file->TakeReadSlot();
     *out = std::move(file);
@@ -316,6 +355,7 @@ Status DssFile::CreateIO(std::unique_ptr<FileIO> io, const CreateOptions& create
 
 Status DssFile::Close() {
   if (!open_) return Status::kOk;
+  const Status batch = in_batch_ ? EndBatch() : Status::kOk;
   open_ = false;
   const Status flushed = unsynced_ ? io_->Sync() : Status::kOk;
   unsynced_ = false;
@@ -326,8 +366,9 @@ Status DssFile::Close() {
   if (exclusive_held_) (void)io_->UnlockWords(header_[hdr::kLockWordsAddress], 2);
   read_slot_ = write_slot_ = -1;
   exclusive_held_ = false;
+  header_view_ = nullptr;
   io_.reset();
-  return flushed;
+  return batch != Status::kOk ? batch : flushed;
 }
 
 Status DssFile::TakeReadSlot() {
@@ -344,8 +385,29 @@ Status DssFile::TakeReadSlot() {
   return Status::kLockBusy;
 }
 
+Status DssFile::BeginBatch() {
+  if (!open_) return Status::kNotOpen;
+  if (in_batch_) return Status::kInvalidArgument;
+  const Status s = BeginWrite();
+  if (s != Status::kOk) return s;
+  in_batch_ = true;
+  batch_status_ = Status::kOk;
+  puts_ = 0;
+  return Status::kOk;
+}
+
+Status DssFile::EndBatch() {
+  if (!in_batch_) return Status::kInvalidArgument;
+  in_batch_ = false;
+  return EndWrite(batch_status_);
+}
+
 Status DssFile::BeginWrite() {
   if (!open_) return Status::kNotOpen;
+  if (in_batch_) {
+    puts_ = 0;
+    return batch_status_;
+  }
   if (read_only_) return Status::kReadOnly;
   const int64_t lock_word = header_[hdr::kLockWordsAddress];
   if (write_slot_ < 0) {
@@ -373,7 +435,7 @@ Status DssFile::BeginWrite() {
   in_write_ = true;
   marked_ = false;
   // Another process may have written since we last looked.
-  Status s = LoadHeader();
+  Status s = stale_ ? LoadHeader() : SyncHeader();
   // Space is appended at fileSize: never past a file cut short.
   if (s == Status::kOk && header_[hdr::kFileSize] > physical_words_) s = Status::kDamaged;
   if (s == Status::kOk && header_[hdr::kWriteInProgress] != 0)
@@ -384,6 +446,14 @@ Status DssFile::BeginWrite() {
 
 Status DssFile::EndWrite(Status status) {
   if (!in_write_) return status;
+  if (in_batch_) {
+    // An operation refused before it wrote anything leaves the batch going.
+    if (status != Status::kOk && puts_ > 0) {
+      batch_status_ = status;
+      stale_ = true;
+    }
+    return status;
+  }
   if (marked_ && status == Status::kOk) {
     // The operation is complete: clear the mark with the final header.
     header_[hdr::kWriteInProgress] = 0;
@@ -414,7 +484,10 @@ Status DssFile::Put(int64_t address, std::span<const int64_t> words) {
     if (s != Status::kOk) return s;
     marked_ = true;
   }
-  return io_->WriteWords(address, words);
+  ++puts_;
+  const Status s = io_->WriteWords(address, words);
+  if (s == Status::kOk) PatchCaches(address, words);
+  return s;
 }
 
 Status DssFile::Barrier() {
@@ -460,22 +533,61 @@ Status DssFile::ReadBin(int64_t address, std::span<int64_t> out) {
   return io_->ReadWords(address, out);
 }
 
+Status DssFile::ReadSpan(int64_t address, int64_t body) {
+  const int64_t n = std::min(kInfoSpanWords + body, physical_words_ - address);
+  record_buf_at_ = 0;
+  record_buf_.resize(static_cast<size_t>(std::max<int64_t>(n, 0)));
+  const Status s = io_->ReadWords(address, record_buf_);
+  if (s == Status::kOk) record_buf_at_ = address;
+  return s;
+}
+
+Status DssFile::InfoFromSpan(int64_t address, InfoBlock* out) const {
+  const int64_t at = address - record_buf_at_;
+  const int64_t n =
+      std::min<int64_t>(static_cast<int64_t>(record_buf_.size()) - at, kInfoSpanWords);
+  if (record_buf_at_ == 0 || at < 0 || n < info::kFixedWords) return Status::kDamaged;
+  out->address = address;
+  const Status s = DecodeInfoBlock(
+      std::span(record_buf_).subspan(static_cast<size_t>(at), static_cast<size_t>(n)), out);
+  if (s != Status::kOk) return s;
+  if (out->Words() > n) return Status::kDamaged;
+  return Status::kOk;
+}
+
+Status DssFile::BinView(int64_t address, std::span<const int64_t>* out) {
+  const auto bin_size = static_cast<size_t>(header_[hdr::kBinSize]);
+  // While another writer is at work the bins may change under us: read them afresh.
+  const bool cacheable = in_write_ || header_[hdr::kWriteInProgress] == 0;
+  if (cacheable) {
+    const auto it = bin_index_.find(address);
+    if (it != bin_index_.end() && it->second->size() == bin_size) {
+      *out = *it->second;
+      return Status::kOk;
+    }
+  }
+  scratch_.resize(bin_size);
+  const Status s = ReadBin(address, scratch_);
+  if (s != Status::kOk || !cacheable) {
+    *out = scratch_;
+    return s;
+  }
+  if (bin_cache_words_ > kMaxCachedBinWords) DropCaches();
+  auto& cached = bins_[address];
+  cached = scratch_;
+  bin_index_[address] = &cached;
+  bin_cache_words_ += static_cast<int64_t>(bin_size);
+  *out = cached;
+  return Status::kOk;
+}
+
 Status DssFile::ReadInfoAt(int64_t address, InfoBlock* out) {
   if (!open_) return Status::kNotOpen;
   if (address < hdr::kWords || address > physical_words_ - info::kFixedWords) {
     return Status::kDamaged;
   }
-  std::array<int64_t, info::kFixedWords + WordsForBytes(kLookupPathBytes)> words{};
-  const int64_t n =
-      std::min<int64_t>(static_cast<int64_t>(words.size()), physical_words_ - address);
-  const auto span = std::span(words).first(static_cast<size_t>(n));
-  Status s = io_->ReadWords(address, span);
-  if (s != Status::kOk) return s;
-  out->address = address;
-  s = DecodeInfoBlock(span, out);
-  if (s != Status::kOk) return s;
-  if (out->Words() > n) return Status::kDamaged;
-  return Status::kOk;
+  const Status s = ReadSpan(address, 0);
+  return s == Status::kOk ? InfoFromSpan(address, out) : s;
 }
 
 Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
@@ -484,11 +596,12 @@ Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
     if (address < hdr::kWords || address > physical_words_ - bin::kFixedWords) {
       return Status::kDamaged;
     }
-    std::array<int64_t, bin::kFixedWords> head{};
-    Status s = io_->ReadWords(address, head);
+    // The info block and, for a record read, the areas that usually follow it: one read.
+    Status s = ReadSpan(address, want_body_ ? body_guess_ : 0);
     if (s != Status::kOk) return s;
+    const std::span<const int64_t> head(record_buf_);
     if (head[info::kFlag] == kInfoFlag) {
-      s = ReadInfoAt(address, out);
+      s = InfoFromSpan(address, out);
       if (s != Status::kOk) return s;
       if (!via_alias && out->bin_hash != hash) return Status::kPathMismatch;
       return Status::kOk;
@@ -502,8 +615,10 @@ Status DssFile::ResolveInfo(int64_t address, int64_t hash, InfoBlock* out) {
 
 Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
   const bool full_walk = probe->full_walk;
+  const bool locate_only = probe->locate_only;
   *probe = {};
   probe->full_walk = full_walk;
+  probe->locate_only = locate_only;
   if (path.size() > static_cast<size_t>(kLookupPathBytes)) path = path.substr(0, kLookupPathBytes);
   Status s = EnsureHashTable();
   if (s != Status::kOk) return s;
@@ -511,15 +626,14 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
   probe->bin_hash = BinHash(path);
   probe->table_hash = TableHash(path, header_[hdr::kHashTableSize]);
   probe->chain_head = hash_table_[static_cast<size_t>(probe->table_hash)];
-  scratch_.resize(static_cast<size_t>(bin_size));
   const int64_t max_bins = physical_words_ / bin_size + 1;
   int64_t address = probe->chain_head;
   for (int64_t visited = 0; address != 0; ++visited) {
     if (visited > max_bins) return Status::kDamaged;  // a cycle
-    s = ReadBin(address, scratch_);
+    std::span<const int64_t> bin;
+    s = BinView(address, &bin);
     if (s != Status::kOk) return s;
     probe->last_bin = address;
-    const std::span<const int64_t> bin(scratch_);
     BinEntry e;
     for (int64_t j = 0; DecodeBinEntry(bin, j, &e) == EntryScan::kEntry; j += e.Words()) {
       if (e.hash != probe->bin_hash || e.path_bytes != static_cast<int32_t>(path.size())) {
@@ -542,7 +656,7 @@ Status DssFile::FindEntry(std::string_view path, Want want, Probe* probe) {
       if (wanted && !probe->found) {
         InfoBlock info;
         Status r = Status::kOk;
-        if (want != Want::kRenamed) {
+        if (want != Want::kRenamed && !probe->locate_only) {
           r = ResolveInfo(e.info_address, e.status == entry_status::kAlias ? 0 : probe->bin_hash,
                           &info);
         }
@@ -585,12 +699,28 @@ bool DssFile::Exists(std::string_view path) {
 Status DssFile::ReadAreas(const InfoBlock& info, Record* out) {
   Status s = CheckInfoBlock(info, physical_words_);
   if (s != Status::kOk) return s;
+  const int64_t span_end = record_buf_at_ + static_cast<int64_t>(record_buf_.size());
+  int64_t areas_end = info.address;
   for (int a = 0; a < kAreaCount; ++a) {
     auto& v = out->areas[a];
-    v.assign(static_cast<size_t>(info.area_length[a]), 0);
-    s = io_->ReadInt32s(info.area_address[a], v);
+    const int64_t at = info.area_address[a];
+    const int64_t words = WordsForInt32s(info.area_length[a]);
+    v.resize(static_cast<size_t>(info.area_length[a]));
+    if (words == 0) continue;
+    areas_end = std::max(areas_end, at + words);
+    if (record_buf_at_ != 0 && at >= record_buf_at_ && at + words <= span_end) {
+      UnpackInt32s(
+          std::span(record_buf_)
+              .subspan(static_cast<size_t>(at - record_buf_at_), static_cast<size_t>(words)),
+          v);
+      continue;
+    }
+    s = io_->ReadInt32s(at, v);
     if (s != Status::kOk) return s;
   }
+  // The next record read takes as much in its first read (records of a series are alike).
+  const int64_t body = areas_end - info.address - kInfoSpanWords;
+  body_guess_ = body > 0 && body <= kMaxBodyGuess ? body : 0;
   out->info = info;
   return Status::kOk;
 }
@@ -599,9 +729,70 @@ Status DssFile::ReadRecord(std::string_view path, Record* out) {
   if (!open_) return Status::kNotOpen;
   return ReadRetrying([&]() -> Status {
     Probe probe;
+    want_body_ = true;
     const Status s = FindEntry(path, Want::kLive, &probe);
+    want_body_ = false;
     if (s != Status::kOk) return s;
     return ReadAreas(probe.info, out);
+  });
+}
+
+Status DssFile::ReadRecords(std::span<const std::string> paths, std::span<Record> out,
+                            std::span<Status> statuses) {
+  if (!open_) return Status::kNotOpen;
+  if (out.size() < paths.size() || statuses.size() < paths.size()) return Status::kInvalidArgument;
+  return NoThrow([&]() -> Status {
+    std::fill(statuses.begin(), statuses.end(), Status::kNotFound);
+    struct Located {
+      int64_t address;
+      int64_t bin_hash;
+      size_t index;
+    };
+    std::vector<Located> located;
+    // Located from the cached bins while the file is unchanged and no other writer is at work;
+    // anything else (and every record not read here) takes the one-by-one path below.
+    Status s = stale_ ? LoadHeader() : SyncHeader();
+    if (s == Status::kOk && (in_write_ || header_[hdr::kWriteInProgress] == 0)) {
+      for (size_t i = 0; i < paths.size(); ++i) {
+        Probe probe;
+        probe.locate_only = true;
+        if (FindEntry(paths[i], Want::kLive, &probe) == Status::kOk &&
+            probe.entry.status != entry_status::kAlias) {
+          located.push_back({probe.entry.info_address, probe.bin_hash, i});
+        }
+      }
+    }
+    std::sort(located.begin(), located.end(),
+              [](const Located& a, const Located& b) { return a.address < b.address; });
+    for (size_t g = 0; g < located.size();) {
+      // A group: records each starting within a read-ahead of the one before.
+      size_t end = g + 1;
+      while (end < located.size() &&
+             located[end].address - located[end - 1].address <= kMaxBodyGuess &&
+             located[end].address - located[g].address <= kMaxGroupWords)
+        ++end;
+      const int64_t first = located[g].address;
+      if (first >= hdr::kWords && first < physical_words_ &&
+          ReadSpan(first, located[end - 1].address - first + body_guess_) == Status::kOk) {
+        for (size_t k = g; k < end; ++k) {
+          const Located& at = located[k];
+          InfoBlock info;
+          const int64_t offset = at.address - first;
+          if (offset + info::kFixedWords > static_cast<int64_t>(record_buf_.size()) ||
+              record_buf_[static_cast<size_t>(offset + info::kFlag)] != kInfoFlag ||
+              InfoFromSpan(at.address, &info) != Status::kOk || info.bin_hash != at.bin_hash) {
+            statuses[at.index] = Status::kDamaged;  // read again below, one by one
+            continue;
+          }
+          statuses[at.index] = ReadAreas(info, &out[at.index]);
+        }
+      }
+      g = end;
+    }
+    for (size_t i = 0; i < paths.size(); ++i) {
+      if (statuses[i] != Status::kOk) statuses[i] = ReadRecord(paths[i], &out[i]);
+    }
+    return Status::kOk;
   });
 }
 

@@ -25,10 +25,12 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/dss7/file_io.h"
@@ -162,6 +164,11 @@ class DssFile {
   Status Lookup(std::string_view path, InfoBlock* info);
   bool Exists(std::string_view path);
   Status ReadRecord(std::string_view path, Record* out);
+  // Several records at once, statuses[i] as ReadRecord(paths[i], &out[i]) would give. Records
+  // lying close together in the file (the blocks of one series, written together) are read
+  // with one read per group. `out` and `statuses` must be as long as `paths`.
+  Status ReadRecords(std::span<const std::string> paths, std::span<Record> out,
+                     std::span<Status> statuses);
   Status ReadInfoAt(int64_t address, InfoBlock* out);
 
   Status WriteNewRecord(std::string_view path, const RecordData& data);  // kExists if live
@@ -174,6 +181,16 @@ class DssFile {
   // record of the path's A and B parts, when there is one, is copied to the target path's A
   // and B parts as well (unless the target already holds the same).
   Status Copy(std::string_view path, DssFile& target, std::string_view target_path);
+
+  // A group of write operations under one hold of the write lock, for bulk loads: the lock,
+  // the header check, the write-in-progress mark and its clearing are paid once for the group.
+  // Each operation inside keeps its own write order, so whatever is cut short, every record
+  // holds its state before or after its own operation, and the next writer repairs the rest.
+  // Other writers wait for EndBatch: keep a batch to a chunk of work. After an operation that
+  // failed part way, the batch's later operations are refused with its status.
+  Status BeginBatch();
+  Status EndBatch();  // the status of the first operation that failed part way, else kOk
+  bool in_batch() const { return in_batch_; }
 
   Status Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter = {});
   // Live records in HEC's sorted-catalog order: the file's saved sort list while it is valid,
@@ -197,6 +214,17 @@ class DssFile {
   Status CheckGeometry() const;
   Status EnsureHashTable();
   Status ReadBin(int64_t address, std::span<int64_t> out);
+  // A bin's words, from the cache when the file is unchanged since they were read.
+  Status BinView(int64_t address, std::span<const int64_t>* out);
+  // Whether the file's header is still header_, seen through the mapped header (no read).
+  bool HeaderUnchanged() const;
+  Status SyncHeader();  // reloads the header (and drops caches) unless it is unchanged
+  void DropCaches();
+  // Keeps the cached hash table and bins equal to what a write put on disk.
+  void PatchCaches(int64_t address, std::span<const int64_t> words);
+  // The words an info block at `address` may span and `body` more, in one read.
+  Status ReadSpan(int64_t address, int64_t body);
+  Status InfoFromSpan(int64_t address, InfoBlock* out) const;
   Status FindEntry(std::string_view path, Want want, Probe* probe);
   Status ResolveInfo(int64_t address, int64_t hash, InfoBlock* out);
   Status ReadAreas(const InfoBlock& info, Record* out);
@@ -230,6 +258,19 @@ class DssFile {
   std::vector<int64_t> hash_table_;
   bool hash_table_loaded_ = false;
   std::vector<int64_t> scratch_;
+  const std::byte* header_view_ = nullptr;  // live mapped header, when the FileIO has one
+  // Bins read while the file was unchanged, by address; dropped with the hash table.
+  std::map<int64_t, std::vector<int64_t>> bins_;  // ordered: a write finds what it overlaps
+  std::unordered_map<int64_t, const std::vector<int64_t>*> bin_index_;  // lookups
+  int64_t bin_cache_words_ = 0;
+  // The last ReadSpan: a record's info block and, for record reads, its areas.
+  std::vector<int64_t> record_buf_;
+  int64_t record_buf_at_ = 0;
+  int64_t body_guess_ = 0;  // words of areas the last record read needed past its info block
+  bool want_body_ = false;
+  bool in_batch_ = false;
+  Status batch_status_ = Status::kOk;
+  int64_t puts_ = 0;  // writes of the current operation or batch
   int read_slot_ = -1;
   int write_slot_ = -1;
   bool exclusive_held_ = false;

@@ -17,7 +17,8 @@ namespace varnock::engine::dss7 {
 
 // Result of walking one path's hash chain.
 struct DssFile::Probe {
-  bool full_walk = false;  // writers: walk the whole chain even after a match
+  bool full_walk = false;    // writers: walk the whole chain even after a match
+  bool locate_only = false;  // find the entry, leave its info block unread
   int64_t bin_hash = 0;
   int32_t table_hash = 0;
   int64_t chain_head = 0;      // hash-table entry (0: no chain yet)
@@ -129,13 +130,18 @@ inline constexpr int kReadRetryWaitMs = 5;
 template <typename F>
 Status DssFile::ReadRetrying(F&& read) {
   for (int attempt = 0;; ++attempt) {
-    Status s = stale_ ? LoadHeader() : Status::kOk;
+    // Cached bins answer only for a file unchanged since they were read.
+    Status s = stale_ ? LoadHeader() : SyncHeader();
     if (s == Status::kOk) s = NoThrow(read);
     if (s != Status::kDamaged && s != Status::kNotFound && s != Status::kPathMismatch &&
         s != Status::kReadError && s != Status::kInvalidHeader) {
       return s;
     }
     if (attempt >= kReadRetries) return s;
+    // Unchanged and no other writer at work (we hold the lock, or nobody marked the header):
+    // the answer stands without another look.
+    if (!stale_ && HeaderUnchanged() && (in_write_ || header_[hdr::kWriteInProgress] == 0))
+      return s;
     const HeaderWords seen = header_;
     const int64_t seen_words = physical_words_;
     if (LoadHeader() != Status::kOk) {

@@ -175,8 +175,8 @@ Status Writer::PlanEntry(const DssFile::Probe& probe, const BinEntry& entry, std
     out->link_address = h[hdr::kHashTableAddress] + probe.table_hash;
     AddTo(h, hdr::kHashesUsed, 1);
   } else {
-    std::vector<int64_t> last(static_cast<size_t>(bin_size));
-    Status s = f_.ReadBin(probe.last_bin, last);
+    std::span<const int64_t> last;
+    Status s = f_.BinView(probe.last_bin, &last);
     if (s != Status::kOk) return s;
     int64_t j = 0;
     BinEntry e;
@@ -247,12 +247,7 @@ Status Writer::Link(const Placement& p) {
   const int64_t at = p.bin + p.offset;
   switch (p.kind) {
     case Placement::Kind::kHashTable: {
-      const Status s = WriteWord(p.link_address, p.bin);
-      if (s == Status::kOk && f_.hash_table_loaded_) {
-        f_.hash_table_[static_cast<size_t>(p.link_address - f_.header_[hdr::kHashTableAddress])] =
-            p.bin;
-      }
-      return s;
+      return WriteWord(p.link_address, p.bin);  // Put keeps the cached table in step
     }
     case Placement::Kind::kOverflow:
       return WriteWord(p.link_address, p.bin);

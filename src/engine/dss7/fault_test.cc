@@ -203,6 +203,23 @@ TEST(Dss7Fault, EveryWritePathSurvivesAFailureAtEveryStep) {
       [=](DssFile& f) { return f.WriteNewRecord("/F/NEW/BIG///X/", into_freed->data); },
       {"/F/NEW/BIG///X/"}};
   FailEveryStep(base, new_in_freed);
+  // A write batch: new records in one chain, rewrites (one into freed space) and a delete
+  // under one lock hold and one mark; each record ends before or after its own operation.
+  auto batch_values = std::make_shared<Values>(100, 18, 45);
+  WriteOp batch{"write batch",
+                [=](DssFile& f) {
+                  Status st = f.BeginBatch();
+                  for (const char* path : {"/F/BATCH1/FLOW///X/", "/F/BATCH2/FLOW///X/"}) {
+                    if (st == Status::kOk) st = f.WriteNewRecord(path, batch_values->data);
+                  }
+                  if (st == Status::kOk) st = f.Rewrite("/F/B6/FLOW///X/", batch_values->data);
+                  if (st == Status::kOk) st = f.Rewrite("/F/BIG/TEXT///X/", into_freed->data);
+                  if (st == Status::kOk) st = f.Delete("/F/B7/FLOW///X/");
+                  const Status ended = f.EndBatch();
+                  return st != Status::kOk ? st : ended;
+                },
+                {}};
+  FailEveryStep(base, batch);
   std::printf("[ figures  ] %lld injected fault points, each followed by repair and checks\n",
               static_cast<long long>(g_fault_points));
 }

@@ -29,6 +29,13 @@ class FileIO {
   virtual Status Unlock(int64_t offset, int64_t length) = 0;
   // Whether another holder has any part of the range locked.
   virtual Status TestLock(int64_t offset, int64_t length, bool* held_by_other) = 0;
+  // A live view of the file's first `bytes` bytes that shows other writers' changes at once (a
+  // shared mapping), or nullptr when this kind of file has none; lets a caller see that the
+  // header is unchanged without a read. Valid while this FileIO lives.
+  virtual const std::byte* MapPrefix(int64_t bytes) {
+    (void)bytes;
+    return nullptr;
+  }
 
   // Word-addressed helpers (address = byte offset / 8).
   Status ReadWords(int64_t address, std::span<int64_t> out);

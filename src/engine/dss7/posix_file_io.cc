@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,7 +61,20 @@ Status PosixFileIO::Open(const std::string& path, Mode mode, std::unique_ptr<Pos
 }
 
 PosixFileIO::~PosixFileIO() {
+  if (map_ != nullptr) ::munmap(map_, static_cast<size_t>(map_bytes_));
   if (fd_ >= 0) ::close(fd_);
+}
+
+const std::byte* PosixFileIO::MapPrefix(int64_t bytes) {
+  if (map_ != nullptr) return bytes <= map_bytes_ ? static_cast<const std::byte*>(map_) : nullptr;
+  int64_t size = 0;
+  // Only bytes the file already has: a mapping past its end would fault when touched.
+  if (bytes <= 0 || SizeBytes(&size) != Status::kOk || size < bytes) return nullptr;
+  void* at = ::mmap(nullptr, static_cast<size_t>(bytes), PROT_READ, MAP_SHARED, fd_, 0);
+  if (at == MAP_FAILED) return nullptr;
+  map_ = at;
+  map_bytes_ = bytes;
+  return static_cast<const std::byte*>(map_);
 }
 
 Status PosixFileIO::ReadBytes(int64_t offset, std::span<std::byte> out) {

@@ -30,11 +30,14 @@ class PosixFileIO final : public FileIO {
   Status TryLock(int64_t offset, int64_t length) override;
   Status Unlock(int64_t offset, int64_t length) override;
   Status TestLock(int64_t offset, int64_t length, bool* held_by_other) override;
+  const std::byte* MapPrefix(int64_t bytes) override;
 
  private:
   PosixFileIO(int fd, bool read_only) : fd_(fd), read_only_(read_only) {}
   int fd_;
   bool read_only_;
+  void* map_ = nullptr;
+  int64_t map_bytes_ = 0;
 };
 
 }  // namespace varnock::engine::dss7

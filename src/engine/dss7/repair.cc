@@ -125,7 +125,7 @@ Status DssFile::Repair() {
   }
 
   // 3. Hash-table words that point at no handed-out bin (a torn link).
-  hash_table_loaded_ = false;
+  DropCaches();
   if ((s = EnsureHashTable()) != Status::kOk) return s;
   int64_t used = 0;
   for (size_t t = 0; t < hash_table_.size(); ++t) {

@@ -193,7 +193,7 @@ SeriesStatus ReadIrregular(dss7::DssFile& file, std::string_view path_text, Inst
     return Fail(SeriesCode::kBadTime);
   const Interval& iv = *path.interval;
   const int64_t unit = internal::StoredTimeUnit(iv);
-  *out = SeriesRead();
+  internal::ResetRead(out);
   SeriesBlock b;
   std::vector<uint32_t> offsets;
   const int32_t last_block = BlockOf(iv.block, last);

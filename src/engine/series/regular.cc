@@ -41,11 +41,43 @@ struct StoreContext {
   FullBlock full;
 };
 
+// A request value as the block stores it: rounded to float unless the store keeps doubles.
+double StoredValue(const RegularStore& in, size_t i) {
+  return in.doubles ? in.values[i] : static_cast<double>(ToFloat(in.values[i]));
+}
+
+// Completes block `b` holding stored slots [lo, hi] (values already in place) and encodes it.
+SeriesStatus FinishBlock(StoreContext& c, int32_t block, int32_t n_slots, int64_t first_valid,
+                         int64_t last_valid, int64_t lo, int64_t hi, const SeriesBlock* old,
+                         SeriesBlock b, internal::Prepared p,
+                         std::vector<internal::Prepared>* out) {
+  const RegularStore& in = c.in;
+  b.count = static_cast<int32_t>(hi - lo + 1);
+  b.first_position = static_cast<int32_t>(lo);
+  b.last_position = static_cast<int32_t>(hi);
+  b.granularity = c.granularity;
+  b.precision = in.precision;
+  b.offset = c.offset;
+  b.units.assign(in.units);
+  b.type.assign(in.type);
+  b.zone.assign(in.time_zone);
+  b.user_header.assign(in.user_header.begin(), in.user_header.end());
+  if (in.user_header.empty() && old != nullptr) b.user_header = old->user_header;
+  const SeriesStatus s = internal::Encode(b, c.file.version().full, &p);
+  if (!s.ok()) return s;
+  const Interval& iv = *c.path.interval;
+  const Instant first_std = FirstStandardTime(iv, block);
+  p.logical_count = n_slots;
+  p.first = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(first_valid, 0)));
+  p.last = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(last_valid, 0)));
+  out->push_back(std::move(p));
+  return {};
+}
+
 // Merges values [first, first + count) of the request into the block starting at `block`, from
 // slot `pos`, and encodes the result (or a delete, or nothing) into *out.
 SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32_t pos,
                           size_t first, int32_t count, std::vector<internal::Prepared>* out) {
-  const Interval& iv = *c.path.interval;
   const RegularStore& in = c.in;
   internal::Prepared p;
   p.path = c.path.BlockPath(block);
@@ -63,6 +95,48 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
 
   FullBlock& f = c.full;
   const auto slots = static_cast<size_t>(n_slots);
+  int64_t first_valid = -1;
+  int64_t last_valid = -1;
+  if (!exists && b.quality_size == 0 && b.inote_size == 0 && !b.has_cnotes) {
+    // A new block of plain values: converted in one pass into slots [pos, pos + count), then
+    // trimmed to the slots from the first to the last valid one.
+    const int32_t size = b.value_size;
+    b.values.resize(static_cast<size_t>(count) * size);
+    int32_t written = 0;
+    for (int32_t j = 0; j < count; ++j) {
+      double v = in.values[first + static_cast<size_t>(j)];
+      if (size == 1) {
+        const float f = ToFloat(v);
+        v = f;
+        std::memcpy(b.values.data() + j, &f, sizeof f);
+      } else {
+        std::memcpy(b.values.data() + 2 * int64_t{j}, &v, sizeof v);
+      }
+      if (!IsMissing(v)) {
+        ++written;
+        if (first_valid < 0) first_valid = pos + j;
+        last_valid = pos + j;
+      } else if (in.plan == kPlanKeepOnMissing) {
+        SetValueAt(b.values, size, static_cast<size_t>(j), kUndefinedDouble);
+      } else {
+        ++written;
+      }
+    }
+    if (written == 0 || (first_valid < 0 && in.plan == kPlanDeleteEmpty)) return {};
+    const int64_t lo = std::max<int64_t>(first_valid, 0);
+    const int64_t hi = std::max<int64_t>(last_valid, 0);
+    if (first_valid < 0) {
+      // Nothing valid: HEC's one undefined value at slot 0 (or what the request put there).
+      const double at_zero = pos == 0 ? ValueAt(b.values, size, 0) : kUndefinedDouble;
+      b.values.resize(static_cast<size_t>(size));
+      SetValueAt(b.values, size, 0, at_zero);
+    } else {
+      b.values.erase(b.values.begin() + (hi - pos + 1) * size, b.values.end());
+      b.values.erase(b.values.begin(), b.values.begin() + (lo - pos) * size);
+    }
+    return FinishBlock(c, block, n_slots, first_valid, last_valid, lo, hi, exists ? &old : nullptr,
+                       std::move(b), std::move(p), out);
+  }
   f.values.assign(slots, kUndefinedDouble);
   f.quality.assign(slots * b.quality_size, 0);
   f.inotes.assign(slots * b.inote_size, 0);
@@ -87,7 +161,7 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   for (int32_t j = 0; j < count; ++j) {
     const size_t i = first + static_cast<size_t>(j);
     const size_t slot = static_cast<size_t>(pos + j);
-    const double v = in.doubles ? in.values[i] : static_cast<double>(ToFloat(in.values[i]));
+    const double v = StoredValue(in, i);
     if (in.plan == kPlanReplaceMissing && !IsMissing(f.values[slot])) continue;
     if (in.plan == kPlanKeepOnMissing && IsMissing(v)) continue;
     ++written;
@@ -106,8 +180,6 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   // Plans 1 and 4 write nothing when no slot takes a new value.
   if (written == 0 && (in.plan == kPlanReplaceMissing || in.plan == kPlanKeepOnMissing)) return {};
 
-  int64_t first_valid = -1;
-  int64_t last_valid = -1;
   for (size_t slot = 0; slot < slots; ++slot) {
     if (!SlotValid(f, b, slot)) continue;
     if (first_valid < 0) first_valid = static_cast<int64_t>(slot);
@@ -125,17 +197,8 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
   const bool whole = b.quality_size > 0 || b.inote_size > 0 || b.has_cnotes;
   const int64_t lo = whole ? 0 : std::max<int64_t>(first_valid, 0);
   const int64_t hi = whole ? n_slots - 1 : std::max<int64_t>(last_valid, 0);
-  b.count = static_cast<int32_t>(hi - lo + 1);
-  b.first_position = static_cast<int32_t>(lo);
-  b.last_position = static_cast<int32_t>(hi);
-  b.granularity = c.granularity;
-  b.precision = in.precision;
-  b.offset = c.offset;
-  b.units.assign(in.units);
-  b.type.assign(in.type);
-  b.zone.assign(in.time_zone);
-  b.values.resize(static_cast<size_t>(b.count) * b.value_size);
-  for (int32_t i = 0; i < b.count; ++i)
+  b.values.resize(static_cast<size_t>(hi - lo + 1) * b.value_size);
+  for (int64_t i = 0; i <= hi - lo; ++i)
     SetValueAt(b.values, b.value_size, static_cast<size_t>(i), f.values[lo + i]);
   b.quality.assign(f.quality.begin() + lo * b.quality_size,
                    f.quality.begin() + (hi + 1) * b.quality_size);
@@ -146,17 +209,8 @@ SeriesStatus PrepareBlock(StoreContext& c, int32_t block, int32_t n_slots, int32
       b.cnotes.push_back('\0');
     }
   }
-  b.user_header.assign(in.user_header.begin(), in.user_header.end());
-  if (in.user_header.empty() && exists) b.user_header = old.user_header;
-
-  s = internal::Encode(b, c.file.version().full, &p);
-  if (!s.ok()) return s;
-  const Instant first_std = FirstStandardTime(iv, block);
-  p.logical_count = n_slots;
-  p.first = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(first_valid, 0)));
-  p.last = internal::ToDateTime(StepStandard(iv, first_std, std::max<int64_t>(last_valid, 0)));
-  out->push_back(std::move(p));
-  return {};
+  return FinishBlock(c, block, n_slots, first_valid, last_valid, lo, hi, exists ? &old : nullptr,
+                     std::move(b), std::move(p), out);
 }
 
 }  // namespace
@@ -229,11 +283,17 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
   const Instant first_std = Standardise(iv, start).standard;
   if (!InCalendar(StepStandard(iv, first_std, count))) return Fail(SeriesCode::kBadTime);
   const auto n = static_cast<size_t>(count);
-  *out = SeriesRead();
+  internal::ResetRead(out);
   out->values.assign(n, kUndefinedDouble);
 
-  SeriesBlock b;
-  std::vector<uint32_t> offsets;
+  // The blocks the window touches, read together (one pass over records lying together).
+  struct Segment {
+    int32_t slots;
+    int64_t pos;
+    size_t take;
+  };
+  std::vector<Segment> segments;
+  std::vector<std::string> block_paths;
   int32_t block = BlockOf(iv.block, first_std);
   int64_t pos = std::max<int64_t>(SlotOf(iv, block, first_std), 0);
   size_t done = 0;
@@ -241,8 +301,24 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
     const int32_t slots = ValuesPerBlock(iv, block);
     if (pos < slots) {
       const auto take = static_cast<size_t>(std::min<int64_t>(slots - pos, count - done));
+      segments.push_back({slots, pos, take});
+      block_paths.push_back(path.BlockPath(block));
+      done += take;
+    }
+    block = NextBlockStart(iv.block, block);
+    pos = std::max<int64_t>(
+        SlotOf(iv, block, StepStandard(iv, first_std, static_cast<int64_t>(done))), 0);
+  }
+  internal::BlockRecords& records = internal::ReadBlockRecords(file, block_paths);
+
+  SeriesBlock b;
+  std::vector<uint32_t> offsets;
+  done = 0;
+  for (size_t k = 0; k < segments.size(); ++k) {
+    const auto [slots, pos, take] = segments[k];
+    {
       bool found = false;
-      s = internal::ReadBlock(file, path.BlockPath(block), false, &b, &found);
+      s = internal::TakeBlock(file, records.statuses[k], records.records[k], false, &b, &found);
       if (!s.ok()) return s;
       if (found && b.last_position >= slots) return Fail(SeriesCode::kDamaged);
       if (!found) {
@@ -277,17 +353,14 @@ SeriesStatus ReadRegular(dss7::DssFile& file, std::string_view path_text, Instan
             out->cnotes.push_back('\0');
           }
         }
-        out->last = std::move(b);
-        b = SeriesBlock();
       }
       if (out->has_cnotes && !found) out->cnotes.append(take, '\0');
       done += take;
     }
-    block = NextBlockStart(iv.block, block);
-    pos = std::max<int64_t>(
-        SlotOf(iv, block, StepStandard(iv, first_std, static_cast<int64_t>(done))), 0);
   }
 
+  // The last block found is the one `b` still holds: a block not found leaves it alone.
+  if (out->blocks_found > 0) out->last = std::move(b);
   out->times.resize(n);
   if (iv.klass == IntervalClass::kFixed) {
     // Fixed steps: the reported time of slot i is plain arithmetic.

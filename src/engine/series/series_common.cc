@@ -8,10 +8,37 @@
 namespace varnock::engine::series {
 namespace internal {
 
+void ResetRead(SeriesRead* out) {
+  SeriesRead empty;
+  std::swap(empty.times, out->times);
+  std::swap(empty.values, out->values);
+  std::swap(empty.quality, out->quality);
+  std::swap(empty.inotes, out->inotes);
+  empty.times.clear();
+  empty.values.clear();
+  empty.quality.clear();
+  empty.inotes.clear();
+  *out = std::move(empty);
+}
+
 SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
                        SeriesBlock* out, bool* found) {
-  dss7::Record record;
-  const dss7::Status s = file.ReadRecord(path, &record);
+  // One record buffer per thread: series reads and stores read block after block.
+  thread_local dss7::Record record;
+  return TakeBlock(file, file.ReadRecord(path, &record), record, irregular, out, found);
+}
+
+BlockRecords& ReadBlockRecords(dss7::DssFile& file, const std::vector<std::string>& paths) {
+  thread_local BlockRecords read;
+  if (read.records.size() < paths.size()) read.records.resize(paths.size());
+  read.statuses.assign(paths.size(), dss7::Status::kNotFound);
+  const dss7::Status s = file.ReadRecords(paths, read.records, read.statuses);
+  if (!dss7::Ok(s)) read.statuses.assign(paths.size(), s);
+  return read;
+}
+
+SeriesStatus TakeBlock(dss7::DssFile& file, dss7::Status s, const dss7::Record& record,
+                       bool irregular, SeriesBlock* out, bool* found) {
   *found = false;
   if (s == dss7::Status::kNotFound) return {};
   if (!dss7::Ok(s)) return FileFail(s);
@@ -115,7 +142,9 @@ SeriesStatus Encode(const SeriesBlock& block, int file_version, Prepared* out) {
   return {};
 }
 
-SeriesStatus WriteAll(dss7::DssFile& file, const std::vector<Prepared>& blocks) {
+namespace {
+
+SeriesStatus WriteEach(dss7::DssFile& file, const std::vector<Prepared>& blocks) {
   for (const Prepared& p : blocks) {
     if (p.remove) {
       const dss7::Status s = file.Delete(p.path);
@@ -136,6 +165,19 @@ SeriesStatus WriteAll(dss7::DssFile& file, const std::vector<Prepared>& blocks) 
     if (!dss7::Ok(s)) return FileFail(s);
   }
   return {};
+}
+
+}  // namespace
+
+SeriesStatus WriteAll(dss7::DssFile& file, const std::vector<Prepared>& blocks) {
+  // Several blocks: one hold of the write lock for all of them.
+  if (blocks.size() < 2 || file.in_batch()) return WriteEach(file, blocks);
+  dss7::Status s = file.BeginBatch();
+  if (!dss7::Ok(s)) return FileFail(s);
+  const SeriesStatus written = WriteEach(file, blocks);
+  s = file.EndBatch();
+  if (!written.ok()) return written;
+  return dss7::Ok(s) ? SeriesStatus{} : FileFail(s);
 }
 
 void NoteOffsets(std::string_view notes, int32_t count, std::vector<uint32_t>* offsets) {

@@ -23,9 +23,23 @@ inline SeriesStatus FileFail(dss7::Status status) {
 SeriesStatus AdoptBlock(const SeriesBlock& b, size_t value_slots, size_t note_slots,
                         SeriesRead* out);
 
+// Empties a read for reuse, keeping the capacity of its arrays.
+void ResetRead(SeriesRead* out);
+
 // One read per record: *found false when the block does not exist.
 SeriesStatus ReadBlock(dss7::DssFile& file, const std::string& path, bool irregular,
                        SeriesBlock* out, bool* found);
+
+// Several block records read together, for TakeBlock; the buffers are kept per thread.
+struct BlockRecords {
+  std::vector<dss7::Record> records;
+  std::vector<dss7::Status> statuses;
+};
+BlockRecords& ReadBlockRecords(dss7::DssFile& file, const std::vector<std::string>& paths);
+
+// Decodes what reading one block record gave (`status` and `record`), as ReadBlock does.
+SeriesStatus TakeBlock(dss7::DssFile& file, dss7::Status status, const dss7::Record& record,
+                       bool irregular, SeriesBlock* out, bool* found);
 
 // The block a pathname's D part names, with the parsed path.
 SeriesStatus BlockOfDPart(std::string_view path, bool irregular, SeriesPath* sp, int32_t* block);
