@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <span>
@@ -180,19 +181,25 @@ void PutOrdered(char** at, T v) {
 
 }  // namespace
 
-std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys) {
+std::vector<std::size_t> CatalogOrder(std::size_t count,
+                                      const std::function<CatalogSortKey(std::size_t)>& key_of) {
   // Each part blank-padded to the longest of its kind compares as ComparePadded does. The
   // series flag comes before E and D, so the number columns below only meet their own kind.
+  // Keys are made twice (lengths, then bytes) rather than kept: for large catalogs they would
+  // be many times the size of the byte keys.
   std::array<std::size_t, 6> longest{};
-  for (const CatalogSortKey& k : keys) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const CatalogSortKey k = key_of(i);
     for (int p = 0; p < 6; ++p)
       longest[p] = std::max(longest[p], k.parts[p].size());
   }
   const std::size_t width = longest[0] + longest[1] + longest[2] + longest[5] + 1 +
                             (1 + sizeof(int64_t) + longest[4]) + (1 + sizeof(int32_t) + longest[3]);
-  dss7::FixedWidthKeys bytes(keys.size(), width);
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    const CatalogSortKey& k = keys[i];
+  dss7::FixedWidthKeys bytes(count, width);
+  std::vector<std::size_t> position(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const CatalogSortKey k = key_of(i);
+    position[i] = k.position;
     char* at = bytes.Row(i);
     for (int part : {0, 1, 2, 5})
       dss7::PutColumn(&at, k.parts[part], longest[part]);
@@ -210,8 +217,12 @@ std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys) {
   }
   std::vector<std::size_t> order = bytes.StableOrder();
   for (std::size_t& i : order)
-    i = keys[i].position;
+    i = position[i];
   return order;
+}
+
+std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys) {
+  return CatalogOrder(keys.size(), [&](std::size_t i) { return keys[i]; });
 }
 
 std::array<std::string, 10> CatalogHeaderLines(const CatalogHeader& h) {
@@ -310,12 +321,10 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
   std::vector<std::size_t> order(entries.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   if (request.sorted) {
-    std::vector<CatalogSortKey> keys;
-    keys.reserve(entries.size());
     auto memo = std::make_unique<CatalogKeyMemo>();
-    for (std::size_t i = 0; i < entries.size(); ++i)
-      keys.push_back(MakeCatalogSortKey(shown(i), entries[i].type, i, memo.get()));
-    order = CatalogOrder(keys);
+    order = CatalogOrder(entries.size(), [&](std::size_t i) {
+      return MakeCatalogSortKey(shown(i), entries[i].type, i, memo.get());
+    });
   }
 
   CatalogHeader header;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -58,6 +59,10 @@ bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b);
 // The positions of keys made in file order, sorted as CatalogOrderLess sorts them, through one
 // byte key per record (no comparisons of parsed parts).
 std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys);
+// The same over keys made on demand (each is asked for twice), so that they need not all be
+// kept at once.
+std::vector<std::size_t> CatalogOrder(std::size_t count,
+                                      const std::function<CatalogSortKey(std::size_t)>& key_of);
 
 // A pathname as HECLIB 6's catalog lists it: upper-cased, and for a time series (types
 // 100..199) an E part that the interval vocabulary names in that name ("15Minute" becomes
