@@ -139,10 +139,13 @@ void DSSDatabase::ReadIrregularGateway(const varnock::Pathname& pathname, Date w
   count = std::clamp<int32_t>(count, 0, static_cast<int32_t>(values.size()) - 1);
   values.resize(static_cast<size_t>(count) + 1);
   dates.assign(static_cast<size_t>(count) + 1, Date(0.0));
-  // Values of one day share the day's parse; the text round trip runs once per day. A day
-  // is asked of HECLIB once: it covers the minute stamps (first - minute, first - minute +
-  // 1440], which the values after it mostly fall in.
-  std::unordered_map<int32_t, Date> midnight_of_day;
+  // Values of one day share the day's parse; the text round trip runs once per day and
+  // thread, for this read and the ones after it (bounded). A day is asked of HECLIB once: it
+  // covers the minute stamps (first - minute, first - minute + 1440], which the values after
+  // it mostly fall in.
+  constexpr size_t kRememberedDays = 1 << 16;
+  thread_local std::unordered_map<int32_t, Date> midnight_of_day;
+  if (midnight_of_day.size() > kRememberedDays) midnight_of_day.clear();
   bool have_day = false;
   int64_t day_stamp = 0;  // the stamp of the day's minute 0
   double day_serial = 0;
