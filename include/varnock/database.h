@@ -2,10 +2,12 @@
 #ifndef VARNOCK_DATABASE_H_
 #define VARNOCK_DATABASE_H_
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "varnock/dictionary.h"
@@ -97,13 +99,17 @@ class VARNOCK_API DSSDatabase : public IDSSCatalog, public IDSSUtilities {
   void RequireConnection() const;
 
  private:
+  // A catalog record line split at slashes: number and tag, then parts A to F.
+  using CatalogLinePieces = std::array<std::string_view, 7>;
   std::string CatalogFileName(const std::string& dest_filename) const;
   // Has HECLIB write the catalog into that file; false when the file cannot be opened.
   bool WriteCatalogFile(const std::string& catalog);
   // Reads the catalog (made first when asked or missing; in the temporary folder when it
-  // cannot be written where it belongs) and hands each record line's pieces to on_line.
+  // cannot be written where it belongs) and hands each record line's pieces to on_line; first
+  // tells on_count, when given, how many lines at most may follow.
   void ReadCatalog(bool make_new, const std::string& dest_filename,
-                   const std::function<void(const std::vector<std::string>& pieces)>& on_line);
+                   const std::function<void(const CatalogLinePieces& pieces)>& on_line,
+                   const std::function<void(size_t lines)>& on_count = nullptr);
 
   int32_t istat_ = 0;
   std::string name_;

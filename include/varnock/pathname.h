@@ -3,10 +3,12 @@
 #ifndef VARNOCK_PATHNAME_H_
 #define VARNOCK_PATHNAME_H_
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "varnock/interval_vocabulary.h"
 #include "varnock/object.h"
@@ -54,6 +56,7 @@ class VARNOCK_API Pathname : public Object {
   std::shared_ptr<Pathname> Clone() const;
   // Sets all six parts exactly as a file stores them, case kept (the part puts upper-case).
   void SetStoredParts(const std::string (&parts)[6]);
+  void SetStoredParts(const std::array<std::string_view, 6>& parts);
   // Sets parts from a part string such as "A=RIVER B=GAUGE F=OBS" (HECLIB's ZGPNP).
   void SetPartsFromString(const std::string& parts);
 

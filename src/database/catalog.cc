@@ -2,10 +2,13 @@
 // back from it.
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include "database/errors.h"
 #include "varnock/database.h"
@@ -22,15 +25,31 @@ constexpr int32_t kTagWidth = 8;
 constexpr int32_t kShortPartWidth = 32;
 constexpr int32_t kLongPartWidth = 80;
 
-std::vector<std::string> SplitAtSlashes(const std::string& line) {
-  std::vector<std::string> pieces;
+// The pieces of a record line split at its first seven slashes: the number and tag, then
+// parts A to F. False when the line does not hold a whole pathname (a blank line, say).
+bool SplitRecordLine(std::string_view line, std::array<std::string_view, 7>* pieces) {
   size_t start = 0;
-  while (true) {
+  for (size_t i = 0; i < pieces->size(); ++i) {
     const size_t slash = line.find('/', start);
-    pieces.push_back(line.substr(start, slash == std::string::npos ? slash : slash - start));
-    if (slash == std::string::npos) return pieces;
+    if (slash == std::string_view::npos) return false;
+    (*pieces)[i] = line.substr(start, slash - start);
     start = slash + 1;
   }
+  return true;
+}
+
+// The whole file; false when it cannot be read.
+bool ReadWholeFile(const std::string& name, std::string* text) {
+  std::ifstream in(name, std::ios::binary);
+  if (!in) return false;
+  in.seekg(0, std::ios::end);
+  const std::streamoff size = in.tellg();
+  if (size < 0) return false;
+  in.seekg(0, std::ios::beg);
+  text->resize(static_cast<size_t>(size));
+  in.read(text->data(), size);
+  text->resize(static_cast<size_t>(in.gcount()));
+  return !in.bad();
 }
 
 AutomationError CatalogIssue(const std::string& description) {
@@ -86,9 +105,9 @@ bool DSSDatabase::WriteCatalogFile(const std::string& catalog) {
   return true;
 }
 
-void DSSDatabase::ReadCatalog(
-    bool make_new, const std::string& dest_filename,
-    const std::function<void(const std::vector<std::string>& pieces)>& on_line) {
+void DSSDatabase::ReadCatalog(bool make_new, const std::string& dest_filename,
+                              const std::function<void(const CatalogLinePieces& pieces)>& on_line,
+                              const std::function<void(size_t lines)>& on_count) {
   std::string catalog = CatalogFileName(dest_filename);
   std::error_code ignored;
   TemporaryCatalog temporary;
@@ -101,16 +120,22 @@ void DSSDatabase::ReadCatalog(
     }
     catalog = temporary.name();
   }
-  std::ifstream text(catalog);
-  if (!text) throw CatalogIssue("Unable to read the catalog file " + catalog);
-  std::string line;
-  for (int skipped = 0; skipped < kCatalogHeaderLines && std::getline(text, line); ++skipped) {
+  std::string text;
+  if (!ReadWholeFile(catalog, &text))
+    throw CatalogIssue("Unable to read the catalog file " + catalog);
+  const std::string_view all(text);
+  size_t at = 0;
+  for (int skipped = 0; skipped < kCatalogHeaderLines && at < all.size(); ++skipped) {
+    const size_t end = all.find('\n', at);
+    at = end == std::string_view::npos ? all.size() : end + 1;
   }
-  while (std::getline(text, line)) {
-    std::vector<std::string> pieces = SplitAtSlashes(line);
-    // A line that does not hold a whole pathname (a blank line, say) is not a record.
-    if (pieces.size() < 8) continue;
-    on_line(pieces);
+  if (on_count) on_count(static_cast<size_t>(std::count(all.begin() + at, all.end(), '\n')) + 1);
+  CatalogLinePieces pieces;
+  while (at < all.size()) {
+    size_t end = all.find('\n', at);
+    if (end == std::string_view::npos) end = all.size();
+    if (SplitRecordLine(all.substr(at, end - at), &pieces)) on_line(pieces);
+    at = end + 1;
   }
 }
 
@@ -128,8 +153,8 @@ std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
   records->Open();
   static const std::vector<std::string> kFieldList = {"RecNum", "Tag", "A", "B",
                                                       "C",      "D",   "E", "F"};
-  ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
-    const std::string& head = pieces[0];
+  ReadCatalog(MakeNewCat, DestFilename, [&](const CatalogLinePieces& pieces) {
+    const std::string head(pieces[0]);
     std::vector<Variant> values;
     values.reserve(kFieldList.size());
     values.emplace_back(Variant(TrimBlanks(head.substr(0, kRecordNumberWidth))).ToLong());
@@ -138,7 +163,7 @@ std::shared_ptr<Recordset> DSSDatabase::AsRecordset(bool MakeNewCat,
     values.emplace_back(tag.substr(0, kTagWidth));
     // A part wider than its field is cut to fit; AsCollection keeps whole parts.
     for (int i = 1; i <= 6; ++i)
-      values.emplace_back(pieces[i].substr(0, width));
+      values.emplace_back(std::string(pieces[i].substr(0, width)));
     records->AddNew(kFieldList, values);
   });
   if (records->RecordCount() > 0) records->MoveFirst();
@@ -149,13 +174,15 @@ std::vector<std::shared_ptr<Pathname>> DSSDatabase::AsCollection(bool MakeNewCat
                                                                  const std::string& DestFilename) {
   RequireConnection();
   std::vector<std::shared_ptr<Pathname>> collection;
-  ReadCatalog(MakeNewCat, DestFilename, [&](const std::vector<std::string>& pieces) {
-    // Parts as the catalog lists them, kept as they are.
-    auto path = std::make_shared<Pathname>();
-    const std::string parts[6] = {pieces[1], pieces[2], pieces[3], pieces[4], pieces[5], pieces[6]};
-    path->SetStoredParts(parts);
-    collection.push_back(std::move(path));
-  });
+  ReadCatalog(
+      MakeNewCat, DestFilename,
+      [&](const CatalogLinePieces& pieces) {
+        // Parts as the catalog lists them, kept as they are.
+        auto path = std::make_shared<Pathname>();
+        path->SetStoredParts({pieces[1], pieces[2], pieces[3], pieces[4], pieces[5], pieces[6]});
+        collection.push_back(std::move(path));
+      },
+      [&](size_t lines) { collection.reserve(lines); });
   return collection;
 }
 

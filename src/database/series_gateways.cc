@@ -139,15 +139,31 @@ void DSSDatabase::ReadIrregularGateway(const varnock::Pathname& pathname, Date w
   count = std::clamp<int32_t>(count, 0, static_cast<int32_t>(values.size()) - 1);
   values.resize(static_cast<size_t>(count) + 1);
   dates.assign(static_cast<size_t>(count) + 1, Date(0.0));
-  // Values of one day share the day's parse; the text round trip runs once per day.
-  std::unordered_map<int32_t, Date> midnight_of_day;
+  // Values of one day share the day's parse; the text round trip runs once per day and
+  // thread, for this read and the ones after it (bounded). A day is asked of HECLIB once: it
+  // covers the minute stamps (first - minute, first - minute + 1440], which the values after
+  // it mostly fall in.
+  constexpr size_t kRememberedDays = 1 << 16;
+  thread_local std::unordered_map<int32_t, Date> midnight_of_day;
+  if (midnight_of_day.size() > kRememberedDays) midnight_of_day.clear();
+  bool have_day = false;
+  int64_t day_stamp = 0;  // the stamp of the day's minute 0
+  Date day_midnight(0.0);
   for (int32_t i = 1; i <= count; ++i) {
-    int32_t julian = 0, minutes = 0;
-    hecDatCll(base_julian, times[static_cast<size_t>(i)], julian, minutes);
-    auto found = midnight_of_day.find(julian);
-    if (found == midnight_of_day.end())
-      found = midnight_of_day.emplace(julian, Date::FromText(hecJulDat(julian, 8))).first;
-    dates[static_cast<size_t>(i)] = found->second.PlusDays(minutes / 1440.0);
+    const int32_t stamp = times[static_cast<size_t>(i)];
+    if (!have_day || stamp <= day_stamp || stamp > day_stamp + 1440) {
+      int32_t julian = 0, minutes = 0;
+      hecDatCll(base_julian, stamp, julian, minutes);
+      auto found = midnight_of_day.find(julian);
+      if (found == midnight_of_day.end())
+        found = midnight_of_day.emplace(julian, Date::FromText(hecJulDat(julian, 8))).first;
+      have_day = true;
+      day_stamp = int64_t{stamp} - minutes;
+      day_midnight = found->second;
+    }
+    // PlusDays: before 1900 a serial's fraction counts forward from its day, not up the line.
+    dates[static_cast<size_t>(i)] =
+        day_midnight.PlusDays(static_cast<int32_t>(stamp - day_stamp) / 1440.0);
   }
 }
 
@@ -159,17 +175,27 @@ void DSSDatabase::WriteIrregularGateway(const varnock::Pathname& pathname,
   const size_t count = dates.empty() ? 0 : dates.size() - 1;
   std::vector<int32_t> times(count + 1, 0);
   std::unordered_map<int64_t, int32_t> julian_of_day;
+  // Neighbouring values mostly share their day: the last one found is tried first.
+  int64_t last_day = 0;
+  int32_t last_julian = 0;
+  bool have_day = false;
   for (size_t i = 1; i <= count; ++i) {
     const Date date = dates[i];
     const double whole_day = date.DatePart().Serial();
-    auto found = julian_of_day.find(static_cast<int64_t>(whole_day));
-    if (found == julian_of_day.end()) {
-      std::string date_text, time_text;
-      DateToHecText(Variant(date), date_text, time_text);
-      found = julian_of_day.emplace(static_cast<int64_t>(whole_day), hecDatJul(date_text)).first;
+    const auto day = static_cast<int64_t>(whole_day);
+    if (!have_day || day != last_day) {
+      auto found = julian_of_day.find(day);
+      if (found == julian_of_day.end()) {
+        std::string date_text, time_text;
+        DateToHecText(Variant(date), date_text, time_text);
+        found = julian_of_day.emplace(day, hecDatJul(date_text)).first;
+      }
+      have_day = true;
+      last_day = day;
+      last_julian = found->second;
     }
     const int64_t minutes = static_cast<int64_t>(std::nearbyint(date.DayFraction() * 1440));
-    const int64_t stamp = static_cast<int64_t>(found->second) * 1440 + minutes;
+    const int64_t stamp = static_cast<int64_t>(last_julian) * 1440 + minutes;
     if (stamp < INT32_MIN || stamp > INT32_MAX) RaiseHostError(hostOverflow);
     times[i] = static_cast<int32_t>(stamp);
   }

@@ -1,13 +1,19 @@
 #include "engine/catalog_file.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <ctime>
+#include <functional>
+#include <memory>
 #include <numeric>
+#include <span>
+#include <type_traits>
 #include <vector>
 
 #include "engine/dates.h"
 #include "engine/dss7/dss_file.h"
+#include "engine/dss7/key_order.h"
 #include "engine/dss_file_name.h"
 #include "engine/interval_names.h"
 #include "engine/message_units.h"
@@ -72,9 +78,18 @@ void Message(int32_t level, const std::string& text) {
   if (MessageWanted(level)) EmitMessage(level, text);
 }
 
+// A memo slot of a part's text (FNV-1a).
+std::size_t MemoSlot(std::string_view text) {
+  uint32_t h = 2166136261u;
+  for (const char c : text)
+    h = (h ^ static_cast<unsigned char>(c)) * 16777619u;
+  return h % CatalogKeyMemo::kSlots;
+}
+
 }  // namespace
 
-CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position) {
+CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position,
+                                  CatalogKeyMemo* memo) {
   CatalogSortKey key;
   key.position = position;
   PathnameParts parts{};
@@ -90,31 +105,56 @@ CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size
   }
   key.series = type >= 100 && type < 200;
   if (!key.series) return key;
-  if (const int32_t rank = IrregularBlockRank(key.parts[4]); rank > 0) {
-    key.e_class = 0;
-    key.e_value = rank;
-  } else if (const int64_t seconds = RegularIntervalSeconds(key.parts[4]); seconds > 0) {
-    key.e_class = 1;
-    key.e_value = seconds;
+  CatalogKeyMemo::Interval* interval =
+      memo == nullptr ? nullptr : &memo->intervals[MemoSlot(key.parts[4])];
+  if (interval != nullptr && interval->known && interval->text == key.parts[4]) {
+    key.e_class = interval->e_class;
+    key.e_value = interval->e_value;
+  } else {
+    if (const int32_t rank = IrregularBlockRank(key.parts[4]); rank > 0) {
+      key.e_class = 0;
+      key.e_value = rank;
+    } else if (const int64_t seconds = RegularIntervalSeconds(key.parts[4]); seconds > 0) {
+      key.e_class = 1;
+      key.e_value = seconds;
+    }
+    if (interval != nullptr) *interval = {key.parts[4], true, key.e_class, key.e_value};
+  }
+  CatalogKeyMemo::Day* day = memo == nullptr ? nullptr : &memo->days[MemoSlot(key.parts[3])];
+  if (day != nullptr && day->known && day->text == key.parts[3]) {
+    key.d_is_date = day->is_date;
+    key.d_julian = day->julian;
+    return key;
   }
   int32_t julian = 0;
   // The year is always written in a block's D part; 0 stands in for the clock's year.
   key.d_is_date = !key.parts[3].empty() && DateToJulian(key.parts[3], 0, &julian) == 0;
   key.d_julian = key.d_is_date ? julian : 0;
+  if (day != nullptr) *day = {key.parts[3], true, key.d_is_date, key.d_julian};
   return key;
 }
 
-std::string Heclib6CatalogPath(std::string_view path, int32_t type) {
-  std::string shown(path);
+void AppendHeclib6CatalogPath(std::string* out, std::string_view path, int32_t type) {
+  const std::size_t begin = out->size();
+  out->append(path);
+  const auto shown = std::span<char>(out->data() + begin, path.size());
   for (char& c : shown)
     c = AsciiUpper(c);
   PathnameParts parts{};
-  if (type < 100 || type >= 200 || SplitPathname(shown, &parts) != 0) return shown;
-  const auto e_begin = static_cast<std::size_t>(parts.begin[4] - 1);
+  if (type < 100 || type >= 200 ||
+      SplitPathname(std::string_view(shown.data(), shown.size()), &parts) != 0) {
+    return;
+  }
+  const auto e_begin = begin + static_cast<std::size_t>(parts.begin[4] - 1);
   const auto e_length = static_cast<std::size_t>(parts.length[4]);
   const std::string_view name =
-      VocabularyIntervalName(std::string_view(shown).substr(e_begin, e_length));
-  if (!name.empty()) shown.replace(e_begin, e_length, name);
+      VocabularyIntervalName(std::string_view(*out).substr(e_begin, e_length));
+  if (!name.empty()) out->replace(e_begin, e_length, name);
+}
+
+std::string Heclib6CatalogPath(std::string_view path, int32_t type) {
+  std::string shown;
+  AppendHeclib6CatalogPath(&shown, path, type);
   return shown;
 }
 
@@ -126,6 +166,63 @@ bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b) {
   if (int c = CompareE(a, b); c != 0) return c < 0;
   if (int c = CompareD(a, b); c != 0) return c < 0;
   return a.position < b.position;
+}
+
+namespace {
+
+// Big-endian bytes of v with the sign bit flipped: unsigned byte order is v's order.
+template <typename T>
+void PutOrdered(char** at, T v) {
+  using U = std::make_unsigned_t<T>;
+  const U bits = static_cast<U>(static_cast<U>(v) ^ (U{1} << (sizeof(U) * 8 - 1)));
+  for (std::size_t i = 0; i < sizeof(U); ++i)
+    *(*at)++ = static_cast<char>(bits >> ((sizeof(U) - 1 - i) * 8));
+}
+
+}  // namespace
+
+std::vector<std::size_t> CatalogOrder(std::size_t count,
+                                      const std::function<CatalogSortKey(std::size_t)>& key_of) {
+  // Each part blank-padded to the longest of its kind compares as ComparePadded does. The
+  // series flag comes before E and D, so the number columns below only meet their own kind.
+  // Keys are made twice (lengths, then bytes) rather than kept: for large catalogs they would
+  // be many times the size of the byte keys.
+  std::array<std::size_t, 6> longest{};
+  for (std::size_t i = 0; i < count; ++i) {
+    const CatalogSortKey k = key_of(i);
+    for (int p = 0; p < 6; ++p)
+      longest[p] = std::max(longest[p], k.parts[p].size());
+  }
+  const std::size_t width = longest[0] + longest[1] + longest[2] + longest[5] + 1 +
+                            (1 + sizeof(int64_t) + longest[4]) + (1 + sizeof(int32_t) + longest[3]);
+  dss7::FixedWidthKeys bytes(count, width);
+  std::vector<std::size_t> position(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const CatalogSortKey k = key_of(i);
+    position[i] = k.position;
+    char* at = bytes.Row(i);
+    for (int part : {0, 1, 2, 5})
+      dss7::PutColumn(&at, k.parts[part], longest[part]);
+    *at++ = k.series ? 1 : 0;
+    // E: a known interval or block stands in for the text, which then ties.
+    const bool e_number = k.series && k.e_class != 2;
+    *at++ = static_cast<char>(k.series ? k.e_class : 0);
+    PutOrdered<int64_t>(&at, e_number ? k.e_value : 0);
+    dss7::PutColumn(&at, e_number ? std::string_view() : k.parts[4], longest[4]);
+    // D: dates before other texts, by day.
+    const bool d_number = k.series && k.d_is_date;
+    *at++ = static_cast<char>(k.series && !k.d_is_date ? 1 : 0);
+    PutOrdered<int32_t>(&at, d_number ? k.d_julian : 0);
+    dss7::PutColumn(&at, d_number ? std::string_view() : k.parts[3], longest[3]);
+  }
+  std::vector<std::size_t> order = bytes.StableOrder();
+  for (std::size_t& i : order)
+    i = position[i];
+  return order;
+}
+
+std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys) {
+  return CatalogOrder(keys.size(), [&](std::size_t i) { return keys[i]; });
 }
 
 std::array<std::string, 10> CatalogHeaderLines(const CatalogHeader& h) {
@@ -153,16 +250,32 @@ std::array<std::string, 10> CatalogHeaderLines(const CatalogHeader& h) {
   };
 }
 
+void AppendCatalogRecordLine(std::string* out, int64_t number, std::string_view tag,
+                             std::string_view path) {
+  // "%6lld  " below a million, else "%7lld ".
+  char head[24];
+  char* end = head + sizeof head;
+  char* at = end;
+  uint64_t n = number < 0 ? 0 - static_cast<uint64_t>(number) : static_cast<uint64_t>(number);
+  do {
+    *--at = static_cast<char>('0' + n % 10);
+    n /= 10;
+  } while (n != 0);
+  if (number < 0) *--at = '-';
+  const std::size_t digits = static_cast<std::size_t>(end - at);
+  const std::size_t field = number < 1000000 ? 6 : 7;
+  if (digits < field) out->append(field - digits, ' ');
+  out->append(at, digits);
+  out->append(number < 1000000 ? 2 : 1, ' ');
+  const std::string_view cut = tag.substr(0, 8);
+  out->append(cut);
+  out->append(8 - cut.size() + 2, ' ');
+  out->append(path);
+}
+
 std::string CatalogRecordLine(int64_t number, std::string_view tag, std::string_view path) {
-  char head[32];
-  std::snprintf(head, sizeof head, number < 1000000 ? "%6lld  " : "%7lld ",
-                static_cast<long long>(number));
-  std::string line = head;
-  std::string field(tag.substr(0, 8));
-  field.resize(8, ' ');
-  line += field;
-  line += "  ";
-  line.append(path);
+  std::string line;
+  AppendCatalogRecordLine(&line, number, tag, path);
   return line;
 }
 
@@ -192,19 +305,24 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
     return 0;
   }
 
-  std::vector<std::string> shown;
-  shown.reserve(entries.size());
-  for (const container::CatalogItem& entry : entries)
-    shown.push_back(Heclib6CatalogPath(entry.listed_path, entry.type));
+  // Every listed name in one buffer, then the order over views into it.
+  std::string names;
+  std::vector<std::size_t> name_end(entries.size());
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    AppendHeclib6CatalogPath(&names, entries[i].listed_path, entries[i].type);
+    name_end[i] = names.size();
+  }
+  auto shown = [&](std::size_t i) {
+    const std::size_t begin = i == 0 ? 0 : name_end[i - 1];
+    return std::string_view(names).substr(begin, name_end[i] - begin);
+  };
   std::vector<std::size_t> order(entries.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   if (request.sorted) {
-    std::vector<CatalogSortKey> keys;
-    keys.reserve(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i)
-      keys.push_back(MakeCatalogSortKey(shown[i], entries[i].type, i));
-    std::sort(order.begin(), order.end(),
-              [&](std::size_t a, std::size_t b) { return CatalogOrderLess(keys[a], keys[b]); });
+    auto memo = std::make_unique<CatalogKeyMemo>();
+    order = CatalogOrder(entries.size(), [&](std::size_t i) {
+      return MakeCatalogSortKey(shown(i), entries[i].type, i, memo.get());
+    });
   }
 
   CatalogHeader header;
@@ -218,21 +336,43 @@ int32_t WriteCatalog(int32_t* ifltab, const CatalogRequest& request) {
   if (LocalStamp created; figures.created_ms > 0 && LocalStampOf(figures.created_ms, &created)) {
     header.file_created_julian = created.julian;
   }
+  std::string text;
   for (const std::string& line : CatalogHeaderLines(header)) {
-    if (WriteUnitLine(request.unit, line) != 0) {
-      Message(1, " *****DSS*** ZCAT:  Cannot write to the catalog file");
-      return 0;
-    }
+    text += line;
+    text += '\n';
   }
+  if (WriteUnitText(request.unit, text) != 0) {
+    Message(1, " *****DSS*** ZCAT:  Cannot write to the catalog file");
+    return 0;
+  }
+  // Lines go out in batches of about a megabyte; the count is of lines in batches written.
+  constexpr std::size_t kBatchBytes = 1 << 20;
+  text.clear();
   int32_t written = 0;
-  for (std::size_t i : order) {
-    // Records carry no tag in DSS-7: the default tag numbers them in file order.
-    const std::string tag = entries[i].tag.empty() ? "T" + std::to_string(i + 1) : entries[i].tag;
-    if (WriteUnitLine(request.unit, CatalogRecordLine(written + 1, tag, shown[i])) != 0) {
+  int32_t batched = 0;
+  char tag[24] = "T";
+  for (std::size_t k = 0; k < order.size(); ++k) {
+    // Names are read in listing order, from anywhere in their buffer: fetched ahead.
+    if (constexpr std::size_t kAhead = 8; k + kAhead < order.size())
+      __builtin_prefetch(shown(order[k + kAhead]).data());
+    const std::size_t i = order[k];
+    // DSS-7 records carry no tag: the default tag numbers them in file order.
+    std::string_view record_tag = entries[i].tag;
+    if (record_tag.empty()) {
+      const auto tag_end = std::to_chars(tag + 1, tag + sizeof tag, i + 1).ptr;
+      record_tag = std::string_view(tag, static_cast<std::size_t>(tag_end - tag));
+    }
+    AppendCatalogRecordLine(&text, written + batched + 1, record_tag, shown(i));
+    text += '\n';
+    ++batched;
+    if (text.size() < kBatchBytes && k + 1 < order.size()) continue;
+    if (WriteUnitText(request.unit, text) != 0) {
       Message(1, " *****DSS*** ZCAT:  Cannot write to the catalog file");
       break;
     }
-    ++written;
+    written += batched;
+    batched = 0;
+    text.clear();
   }
   return written;
 }

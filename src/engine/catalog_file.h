@@ -7,8 +7,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/file_routines.h"
 
@@ -29,9 +31,38 @@ struct CatalogSortKey {
   std::size_t position = 0;  // in file order
 };
 
+// E and D parts already read and what they gave, in slots picked by a hash of the text (a
+// later part may take a slot over): catalogs hold few distinct E and D parts, and reading a
+// date is the dearest part of a key. Its views must outlive it.
+struct CatalogKeyMemo {
+  struct Interval {
+    std::string_view text;
+    bool known = false;
+    int32_t e_class = 2;
+    int64_t e_value = 0;
+  };
+  struct Day {
+    std::string_view text;
+    bool known = false;
+    bool is_date = false;
+    int32_t julian = 0;
+  };
+  static constexpr std::size_t kSlots = 256;
+  std::array<Interval, kSlots> intervals;
+  std::array<Day, kSlots> days;
+};
+
 // The key keeps views into path, which must outlive it.
-CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position);
+CatalogSortKey MakeCatalogSortKey(std::string_view path, int32_t type, std::size_t position,
+                                  CatalogKeyMemo* memo = nullptr);
 bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b);
+// The positions of keys made in file order, sorted as CatalogOrderLess sorts them, through one
+// byte key per record (no comparisons of parsed parts).
+std::vector<std::size_t> CatalogOrder(const std::vector<CatalogSortKey>& keys);
+// The same over keys made on demand (each is asked for twice), so that they need not all be
+// kept at once.
+std::vector<std::size_t> CatalogOrder(std::size_t count,
+                                      const std::function<CatalogSortKey(std::size_t)>& key_of);
 
 // A pathname as HECLIB 6's catalog lists it: upper-cased, and for a time series (types
 // 100..199) an E part that the interval vocabulary names in that name ("15Minute" becomes
@@ -39,6 +70,7 @@ bool CatalogOrderLess(const CatalogSortKey& a, const CatalogSortKey& b);
 // back to the routines by a caller that knows only the vocabulary. Other E parts ("30Second",
 // "~1Day") keep their stored spelling, upper-cased.
 std::string Heclib6CatalogPath(std::string_view path, int32_t type);
+void AppendHeclib6CatalogPath(std::string* out, std::string_view path, int32_t type);
 
 // What the header shows.
 struct CatalogHeader {
@@ -54,6 +86,8 @@ std::array<std::string, 10> CatalogHeaderLines(const CatalogHeader& header);
 // One record line: number right-aligned in 6 columns (7 from 1,000,000 on), tag in columns
 // 9-16, pathname from column 19.
 std::string CatalogRecordLine(int64_t number, std::string_view tag, std::string_view path);
+void AppendCatalogRecordLine(std::string* out, int64_t number, std::string_view tag,
+                             std::string_view path);
 
 struct CatalogRequest {
   int32_t unit = 0;            // ICUNIT, connected by the caller (FORTRANOPEN)

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <memory>
+#include <random>
 
 #include "engine/dss7/test_support.h"
 #include "engine/table_test_support.h"
@@ -72,6 +74,45 @@ TEST(CatalogOrderTest, TimeSeriesSortByIntervalThenDate) {
   EXPECT_FALSE(CatalogOrderLess(key, key));
   EXPECT_EQ(Sorted({{"/A/B/C/D/E/F/", 300}, {"/a/B/C/D/E/F/", 300}, {"/A/B/C/D/E/F/", 300}})[1],
             "/A/B/C/D/E/F/");
+}
+
+// The byte keys that sort large catalogs must give exactly the comparator's order, over a mix
+// of series and other records whose parts collide in case, padding, intervals and dates.
+TEST(CatalogOrderTest, ByteKeysSortManyRecordsAsTheComparatorDoes) {
+  const char* const kA[] = {"R", "r", "RIVER", "", "R\x01"};
+  const char* const kB[] = {"G1", "G10", "G2", "g1", "G1 "};
+  const char* const kD[] = {"01JAN2021", "01Jan2021", "01FEB1999", "TS-PATTERN",
+                            "",          "31DEC1899", "01JAN0001", "X"};
+  const char* const kE[] = {"1HOUR", "1Hour", "15MIN", "IR-MONTH", "IR-DAY", "~1DAY", "", "1MON"};
+  const char* const kF[] = {"OBS", "obs", "", "OBS2"};
+  const int32_t kTypes[] = {100, 110, 105, 200, 300, 199, 99};
+  std::mt19937 random(11);
+  std::vector<std::string> paths;
+  std::vector<int32_t> types;
+  for (int i = 0; i < 3000; ++i) {
+    auto pick = [&](const auto& list) { return list[random() % std::size(list)]; };
+    paths.push_back(std::string("/") + pick(kA) + "/" + pick(kB) + "/FLOW/" + pick(kD) + "/" +
+                    pick(kE) + "/" + pick(kF) + "/");
+    types.push_back(pick(kTypes));
+  }
+  paths.push_back("no slashes");
+  types.push_back(100);
+  std::vector<CatalogSortKey> keys;
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    keys.push_back(MakeCatalogSortKey(paths[i], types[i], i));
+  std::vector<CatalogSortKey> expected = keys;
+  std::stable_sort(expected.begin(), expected.end(), CatalogOrderLess);
+  // Keys made with the memo of neighbouring parts must come out the same.
+  std::vector<CatalogSortKey> memo_keys;
+  auto memo = std::make_unique<CatalogKeyMemo>();
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    memo_keys.push_back(MakeCatalogSortKey(paths[i], types[i], i, memo.get()));
+  for (const auto* made : {&keys, &memo_keys}) {
+    const std::vector<std::size_t> order = CatalogOrder(*made);
+    ASSERT_EQ(order.size(), expected.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+      ASSERT_EQ(order[i], expected[i].position) << i << ": " << paths[expected[i].position];
+  }
 }
 
 TEST(CatalogLayoutTest, PathnamesAreListedUnderTheIntervalVocabularysNames) {
@@ -175,6 +216,27 @@ TEST_F(CatalogFileTest, ReferenceFilesListTheirDumpsPathnamesAsHeclib6Shows) {
       std::sort(paths.begin(), paths.end());
       EXPECT_EQ(paths, expected) << file;
     }
+  }
+}
+
+// Long catalogs go out in several writes: every record once, numbered without gaps, and
+// sorted across the writes' boundaries.
+TEST_F(CatalogFileTest, CatalogLongerThanOneWriteListsEveryRecordInOrder) {
+  Table table;
+  ASSERT_EQ(table.Open(folder_.File("long")), 0);
+  const std::string head = "/" + std::string(120, 'P') + "/" + std::string(120, 'Q') + "/";
+  constexpr int kRecords = 4500;  // about 1.2 MB of lines
+  for (int i = kRecords; i-- > 0;) {
+    ASSERT_EQ(WriteRecord(table, head + std::to_string(100000 + i) + "///F/"), dss7::Status::kOk);
+  }
+  int32_t norecs = 0;
+  const auto lines = CatalogLines(table, folder_.File("long.dsc"), true, &norecs);
+  ASSERT_EQ(norecs, kRecords);
+  ASSERT_EQ(lines.size(), 10u + kRecords);
+  const auto paths = CatalogPaths(lines);
+  for (int i = 0; i < kRecords; ++i) {
+    ASSERT_EQ(std::stoi(lines[10 + static_cast<std::size_t>(i)].substr(0, 8)), i + 1);
+    ASSERT_EQ(paths[static_cast<std::size_t>(i)], head + std::to_string(100000 + i) + "///F/");
   }
 }
 

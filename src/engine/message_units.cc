@@ -46,9 +46,10 @@ int LockWhole(int fd) {
   return fcntl(fd, F_OFD_SETLK, &lock) == 0 ? 0 : errno;
 }
 
-int WriteAll(int fd, std::string_view line) {
-  char newline = '\n';
-  iovec parts[2] = {{const_cast<char*>(line.data()), line.size()}, {&newline, 1}};
+// Writes the text, then a newline when `newline` is set.
+int WriteAll(int fd, std::string_view text, bool newline) {
+  char end = '\n';
+  iovec parts[2] = {{const_cast<char*>(text.data()), text.size()}, {&end, newline ? 1u : 0u}};
   int first = 0;
   while (first < 2) {
     const ssize_t n = writev(fd, parts + first, 2 - first);
@@ -115,7 +116,9 @@ bool UnitConnected(int32_t unit) {
   return g_units[static_cast<std::size_t>(unit)].fd >= 0;
 }
 
-int32_t WriteUnitLine(int32_t unit, std::string_view line) {
+namespace {
+
+int32_t WriteToUnit(int32_t unit, std::string_view text, bool newline) {
   if (!ValidUnit(unit)) return EBADF;
   std::unique_lock lock(g_mutex);
   Unit& u = g_units[static_cast<std::size_t>(unit)];
@@ -124,7 +127,17 @@ int32_t WriteUnitLine(int32_t unit, std::string_view line) {
     if (ftruncate(u.fd, 0) != 0) return errno;
     u.written = true;
   }
-  return WriteAll(u.fd, line);
+  return WriteAll(u.fd, text, newline);
+}
+
+}  // namespace
+
+int32_t WriteUnitLine(int32_t unit, std::string_view line) {
+  return WriteToUnit(unit, line, true);
+}
+
+int32_t WriteUnitText(int32_t unit, std::string_view text) {
+  return WriteToUnit(unit, text, false);
 }
 
 void CloseMessageOutput() {

@@ -28,6 +28,8 @@ bool UnitConnected(int32_t unit);
 // Writes one line (a newline is added) to the unit. Returns 0, EBADF when the unit is not
 // connected, or the errno of a failed write.
 int32_t WriteUnitLine(int32_t unit, std::string_view line);
+// Writes text as it is (lines already ended by newlines), as WriteUnitLine does each line.
+int32_t WriteUnitText(int32_t unit, std::string_view text);
 
 // closedssoutput: closes the message unit's file. Messages are dropped until it is connected
 // again.

@@ -122,6 +122,12 @@ void Pathname::SetStoredParts(const std::string (&parts)[6]) {
   interval_ = 0;
 }
 
+void Pathname::SetStoredParts(const std::array<std::string_view, 6>& parts) {
+  for (int i = 0; i < 6; ++i)
+    parts_[i].assign(parts[static_cast<size_t>(i)]);
+  interval_ = 0;
+}
+
 void Pathname::SetPartsFromString(const std::string& parts) {
   std::array<std::string, 6> fields;
   std::copy(std::begin(parts_), std::end(parts_), fields.begin());

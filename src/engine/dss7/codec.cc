@@ -1,6 +1,7 @@
 #include "engine/dss7/codec.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace varnock::engine::dss7 {
@@ -17,11 +18,21 @@ void StoreBytes(std::string_view bytes, std::span<int64_t> words) {
   }
 }
 
-std::string LoadBytes(std::span<const int64_t> words, size_t n) {
+void LoadBytes(std::span<const int64_t> words, size_t n, std::string* out) {
   n = std::min(n, words.size() * 8);
-  std::string out(n, '\0');
-  for (size_t k = 0; k < n; ++k)
-    out[k] = static_cast<char>(ByteAt(words, k));
+  out->resize(n);
+  if constexpr (std::endian::native == std::endian::little) {
+    // Word k holds bytes 8k..8k+7 from its low end: the words' own memory, in order.
+    if (n > 0) std::memcpy(out->data(), words.data(), n);
+  } else {
+    for (size_t k = 0; k < n; ++k)
+      (*out)[k] = static_cast<char>(ByteAt(words, k));
+  }
+}
+
+std::string LoadBytes(std::span<const int64_t> words, size_t n) {
+  std::string out;
+  LoadBytes(words, n, &out);
   return out;
 }
 

@@ -42,6 +42,8 @@ void StoreBytes(std::string_view bytes, std::span<int64_t> words);
 
 // The first n bytes of a word array (n is clipped to the array).
 std::string LoadBytes(std::span<const int64_t> words, size_t n);
+// The same into *out, reusing its memory.
+void LoadBytes(std::span<const int64_t> words, size_t n, std::string* out);
 
 // int32 arrays as words: element 2k is the low half of word k; an odd tail is zero-padded.
 void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words);

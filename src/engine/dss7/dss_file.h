@@ -102,6 +102,27 @@ struct CatalogEntry {
   int32_t last_julian = 0;
 };
 
+// A catalog without a string per record: every path back to back in one block, in file
+// order, for callers that read the paths once (catalog files, sorting).
+struct CatalogListing {
+  struct Entry {
+    int64_t status = 0;
+    int64_t entry_address = 0;
+    int64_t info_address = 0;
+    int64_t last_write_ms = 0;
+    size_t path_begin = 0;
+    size_t path_bytes = 0;
+    int32_t type = 0;
+    int32_t first_julian = 0;
+    int32_t last_julian = 0;
+  };
+  std::vector<Entry> entries;
+  std::string paths;
+  std::string_view Path(const Entry& e) const {
+    return std::string_view(paths).substr(e.path_begin, e.path_bytes);
+  }
+};
+
 struct CatalogFilter {
   enum class Which { kLive, kDeleted, kRenamed } which = Which::kLive;
   int32_t min_type = 0;
@@ -193,6 +214,7 @@ class DssFile {
   bool in_batch() const { return in_batch_; }
 
   Status Catalog(std::vector<CatalogEntry>* out, const CatalogFilter& filter = {});
+  Status ListCatalog(CatalogListing* out, const CatalogFilter& filter = {});
   // Live records in HEC's sorted-catalog order: the file's saved sort list while it is valid,
   // else HEC's column sort.
   Status SortedCatalog(std::vector<CatalogEntry>* out, bool use_saved_list = true);
@@ -225,6 +247,11 @@ class DssFile {
   // The words an info block at `address` may span and `body` more, in one read.
   Status ReadSpan(int64_t address, int64_t body);
   Status InfoFromSpan(int64_t address, InfoBlock* out) const;
+  // The catalog walk: what each selected bin entry says.
+  Status ListEntries(const CatalogFilter& filter, CatalogListing* listing);
+  // The order of the file's saved sort list; *used false (and kOk) when it is stale, damaged
+  // or does not name each listed record once.
+  Status SavedSortOrder(const CatalogListing& listing, std::vector<size_t>* order, bool* used);
   Status FindEntry(std::string_view path, Want want, Probe* probe);
   Status ResolveInfo(int64_t address, int64_t hash, InfoBlock* out);
   Status ReadAreas(const InfoBlock& info, Record* out);

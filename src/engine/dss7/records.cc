@@ -28,10 +28,17 @@ EntryScan DecodeBinEntry(std::span<const int64_t> bin, int64_t offset, BinEntry*
   return EntryScan::kEntry;
 }
 
-std::string BinEntryPath(std::span<const int64_t> bin, int64_t offset, const BinEntry& e) {
-  return LoadBytes(
+void BinEntryPath(std::span<const int64_t> bin, int64_t offset, const BinEntry& e,
+                  std::string* out) {
+  LoadBytes(
       bin.subspan(static_cast<size_t>(offset + bin::kPath), static_cast<size_t>(e.path_words)),
-      static_cast<size_t>(e.path_bytes));
+      static_cast<size_t>(e.path_bytes), out);
+}
+
+std::string BinEntryPath(std::span<const int64_t> bin, int64_t offset, const BinEntry& e) {
+  std::string path;
+  BinEntryPath(bin, offset, e, &path);
+  return path;
 }
 
 bool BinEntryPathIs(std::span<const int64_t> bin, int64_t offset, const BinEntry& e,

@@ -34,6 +34,8 @@ enum class EntryScan { kEntry, kEnd, kMalformed };
 // (a zero hash, or too close to the bin's end); kMalformed when lengths do not fit the bin.
 EntryScan DecodeBinEntry(std::span<const int64_t> bin, int64_t offset, BinEntry* out);
 std::string BinEntryPath(std::span<const int64_t> bin, int64_t offset, const BinEntry& e);
+void BinEntryPath(std::span<const int64_t> bin, int64_t offset, const BinEntry& e,
+                  std::string* out);
 bool BinEntryPathIs(std::span<const int64_t> bin, int64_t offset, const BinEntry& e,
                     std::string_view path);
 // Fills bin::kFixedWords + WordsForBytes(path) words.

@@ -66,17 +66,30 @@ void RememberLastRecord(const SeriesBlock& b) {
   LastRecordInfo r;
   r.precision = std::max(b.precision, 0);
   const time_t seconds = static_cast<time_t>(b.info.last_write_ms / 1000);
+  // Records stored together share their second: its local date and time texts are made once
+  // (a bulk read would otherwise spend much of its time in the time zone rules).
+  struct WrittenTexts {
+    time_t seconds = 0;
+    bool valid = false;
+    char date[32] = {};
+    char time[32] = {};
+  };
+  thread_local WrittenTexts written;
   struct tm local {};
-  if (b.info.last_write_ms > 0 && localtime_r(&seconds, &local) != nullptr) {
+  if (b.info.last_write_ms > 0 && !(written.valid && written.seconds == seconds) &&
+      localtime_r(&seconds, &local) != nullptr) {
     static constexpr const char* kMonths[] = {"JAN", "FEB", "MAR", "APR", "MAY", "JUN",
                                               "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
-    char text[32];
-    std::snprintf(text, sizeof text, "%02d%s%02d", local.tm_mday % 100, kMonths[local.tm_mon % 12],
-                  local.tm_year % 100);
-    r.written_date.Assign(text);
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d", local.tm_hour % 100, local.tm_min % 100,
-                  local.tm_sec % 100);
-    r.written_time.Assign(text);
+    std::snprintf(written.date, sizeof written.date, "%02d%s%02d", local.tm_mday % 100,
+                  kMonths[local.tm_mon % 12], local.tm_year % 100);
+    std::snprintf(written.time, sizeof written.time, "%02d:%02d:%02d", local.tm_hour % 100,
+                  local.tm_min % 100, local.tm_sec % 100);
+    written.seconds = seconds;
+    written.valid = true;
+  }
+  if (b.info.last_write_ms > 0 && written.valid && written.seconds == seconds) {
+    r.written_date.Assign(written.date);
+    r.written_time.Assign(written.time);
   }
   r.program.Assign(b.info.Program());
   r.version = b.info.version;
@@ -140,22 +153,39 @@ int32_t ClassicReadRegular(SeriesFile& file, std::string_view path, std::string_
   s = file.ReadRegular(path, start, count, &read, {.floats = true});
   if (!s.ok() && s.code != SeriesCode::kNotFound) return fail(ToHeclib(s, kRegularRead));
 
-  // Slots of absent blocks are -902; slots never written, -901.
-  bool any_missing = false;
-  bool any_valid = false;
-  size_t next_absent = 0;
-  for (size_t i = 0; i < read.values.size(); ++i) {
-    while (next_absent < read.absent.size() && read.absent[next_absent].second <= i)
-      ++next_absent;
-    const bool absent = next_absent < read.absent.size() && read.absent[next_absent].first <= i;
-    const float v = absent ? kClassicAbsent : ClassicValue(read.values[i]);
-    values[i] = v;
-    if (absent || v == kClassicAbsent) continue;
-    if (v == kClassicMissing)
-      any_missing = true;
-    else
-      any_valid = true;
+  // Slots of absent blocks are -902; slots never written, -901. The runs between absent
+  // blocks are converted in plain passes, counting instead of branching per value. The float
+  // read left every value a float widened (the undefined value too), so the narrowing is exact
+  // and ClassicValue reduces to the undefined value's replacement.
+  const size_t n = read.values.size();
+  size_t missing = 0;
+  size_t marked_absent = 0;
+  size_t next = 0;
+  auto convert_until = [&, in = read.values.data()](size_t end) {
+    size_t run_missing = 0;  // locals, so that the loop keeps them in registers
+    size_t run_marked = 0;
+    for (size_t i = next; i < end; ++i) {
+      const auto f = static_cast<float>(in[i]);
+      const float v = f == kUndefinedFloat ? kClassicMissing : f;
+      values[i] = v;
+      run_missing += v == kClassicMissing;
+      run_marked += v == kClassicAbsent;
+    }
+    missing += run_missing;
+    marked_absent += run_marked;
+    next = std::max(next, end);
+  };
+  size_t absent_slots = 0;
+  for (const auto& [begin, end] : read.absent) {
+    convert_until(std::clamp(begin, next, n));
+    const size_t stop = std::clamp(end, next, n);
+    std::fill(values + next, values + stop, kClassicAbsent);
+    absent_slots += stop - next;
+    next = stop;
   }
+  convert_until(n);
+  const bool any_missing = missing > 0;
+  const bool any_valid = n > missing + marked_absent + absent_slots;
   *nvals = static_cast<int32_t>(read.values.size());
   if (read.blocks_found == 0) {
     AssignBlankPadded(units, {});

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
@@ -80,6 +81,14 @@ TEST_F(SeriesClassic, RegularStatusesFollowHeclib6) {
   EXPECT_EQ(v, (std::vector<float>{kClassicAbsent, kClassicAbsent, 1, 2, 3, kClassicMissing}));
   EXPECT_EQ(Get("30DEC2020", "0800", 3, &v), 2);
   EXPECT_EQ(Get("10JAN2021", "0800", 2, &v), 4);
+  // An absent year between two found ones (a -902 stored is kept as missing).
+  ASSERT_EQ(Put({kClassicAbsent, 5}, "01JAN2023", "0800"), 0);
+  EXPECT_EQ(Get("31DEC2021", "0800", 368, &v), 3);
+  EXPECT_EQ(v.front(), kClassicMissing);
+  EXPECT_EQ(std::count(v.begin(), v.end(), kClassicAbsent), 365);
+  EXPECT_EQ(v[366], kClassicMissing);
+  EXPECT_EQ(v.back(), 5);
+  EXPECT_EQ(Get("01JAN2023", "0800", 1, &v), 4);
   // Blank date: the block the D part names, at most NVALS values.
   EXPECT_EQ(Get("", "", 400, &v, "/A/B/FLOW/01JAN2021/1DAY/F/"), 1);
   EXPECT_EQ(v.size(), 365u);

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/caught_error.h"
+#include "tests/support/temp_folder.h"
+#include "varnock/database.h"
 
 #include "varnock/error.h"
 
@@ -62,6 +64,38 @@ TEST(IrregTimeSeriesTest, RecordChecksAndRefusals) {
   EXPECT_NE(ts->ScriptQueryInterface("ihtslstream"), nullptr);
   ts->Domain("basin");
   EXPECT_EQ(ts->Pathname()->Apart(), "BASIN");
+}
+
+// Dates come back from their day and minute stamps exactly, on either side of midnight (which
+// HECLIB counts as minute 1440 of the day before) and across gaps of several days.
+TEST(IrregTimeSeriesTest, DatesRoundTripAcrossDaysAndMidnights) {
+  testing::TempFolder folder;
+  auto db = std::make_shared<DSSDatabase>();
+  db->Name(folder.File("irregular.dss"));
+  db->Connect(true);
+  const Date dates[] = {Date::Serial(2021, 1, 1, 23, 0),   Date::Serial(2021, 1, 2, 0, 0),
+                        Date::Serial(2021, 1, 2, 0, 1),    Date::Serial(2021, 1, 2, 23, 59),
+                        Date::Serial(2021, 1, 3, 0, 0),    Date::Serial(2021, 1, 7, 12, 30),
+                        Date::Serial(2021, 1, 31, 23, 59), Date::Serial(2021, 2, 1, 0, 0)};
+  const int32_t n = static_cast<int32_t>(std::size(dates));
+  auto ts = std::make_shared<IrregTimeSeries>();
+  ts->Pathname()->Name("/A/B/FLOW//IR-MONTH/F/");
+  ts->ValueCount(n);
+  for (int32_t i = 0; i < n; ++i) {
+    ts->DateTime(i, dates[i]);
+    ts->Value(i, static_cast<float>(i));
+  }
+  ts->Store(db);
+  auto back = std::make_shared<IrregTimeSeries>();
+  back->Pathname()->Name("/A/B/FLOW//IR-MONTH/F/");
+  back->Starting(Date::Serial(2021, 1, 1));
+  back->Ending(Date::Serial(2021, 2, 2));
+  back->Retrieve(db);
+  ASSERT_EQ(back->ValueCount(), n);
+  for (int32_t i = 0; i < n; ++i) {
+    EXPECT_EQ(back->DateTime(i), dates[i]) << i;
+    EXPECT_EQ(back->Value(i), static_cast<float>(i)) << i;
+  }
 }
 
 }  // namespace
