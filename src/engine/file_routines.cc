@@ -282,6 +282,12 @@ int32_t OpenTableFile(int32_t* ifltab, std::string_view name) {
   file_options.program = std::string(TrimTrailingBlanks(options.program.View()));
   file_options.read_only = options.read_only;
   file_options.exclusive = options.exclusive || options.write_lock;
+  file_options.next_record_tag = [](std::string* tag) {
+    FixedText<8> text;
+    if (!TakeNextRecordTag(&text)) return false;
+    *tag = std::string(TrimTrailingBlanks(text.View()));
+    return true;
+  };
   OpenTable table;
   const int32_t status = OpenOrCreate(path, options, options.NewFileVersion(), file_options,
                                       &table.file, &table.created);

@@ -193,6 +193,37 @@ TEST_F(RecordUtilitiesTest, CopyWithinAndBetweenFiles) {
 }
 
 // HEC's copy takes the location record of the A and B parts along, to the new A and B parts.
+// A copy from DSS-7 into DSS-6 keeps the source's version count and writer, for which the
+// DSS-6 info block has a place: as a new record and as a rewrite of one.
+TEST_F(RecordUtilitiesTest, CopyIntoVersionSixKeepsVersionCountAndWriter) {
+  const std::string path = "/A/B/NOTE///KEPT/";
+  paired::TextData text;
+  text.text = "kept";
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(table_.records().writer().StoreText(path, text), dss7::Status::kOk);
+  container::RecordInfo source;
+  ASSERT_EQ(table_.records().file().Lookup(path, &source), dss7::Status::kOk);
+  ASSERT_EQ(source.version, 3);
+  int32_t six = 6;
+  ZSET_("DSSV", 4, "", 0, &six);
+  Table target;
+  ASSERT_EQ(target.Open(folder_.File("six")), 0);
+  ASSERT_EQ(target.records().file().MajorVersion(), 6);
+  for (const char* what : {"new", "rewrite"}) {
+    SCOPED_TRACE(what);
+    ASSERT_EQ(Copy(table_, target, path, path), 0);
+    container::RecordInfo copied;
+    ASSERT_EQ(target.records().file().Lookup(path, &copied), dss7::Status::kOk);
+    EXPECT_EQ(copied.version, source.version);
+    EXPECT_EQ(copied.program, source.program.substr(0, 6));
+  }
+  // Writes of its own count on from there, under the table's program.
+  ASSERT_EQ(target.records().writer().StoreText(path, text), dss7::Status::kOk);
+  container::RecordInfo rewritten;
+  ASSERT_EQ(target.records().file().Lookup(path, &rewritten), dss7::Status::kOk);
+  EXPECT_EQ(rewritten.version, source.version + 1);
+}
+
 TEST_F(RecordUtilitiesTest, CopyCarriesTheLocationRecord) {
   const std::string flow = "/A/B/FLOW/01Jan2001/1Hour/F/";
   ASSERT_EQ(WriteRecord(table_, flow, 100, 4), dss7::Status::kOk);

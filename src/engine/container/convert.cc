@@ -114,9 +114,12 @@ Status Convert(RecordReader& source, const CatalogItem& c, RecordWriter& target,
 }  // namespace
 
 Status ConvertRecord(RecordReader& source, const CatalogItem& item, RecordWriter& target,
-                     std::string_view target_path) {
+                     std::string_view target_path, const RecordInfo* keep) {
   Refusal refusal;
-  return Convert(source, item, target, target_path, &refusal);
+  target.KeepStamps(keep);
+  const Status s = Convert(source, item, target, target_path, &refusal);
+  target.KeepStamps(nullptr);
+  return s;
 }
 
 Status ConvertRecords(RecordReader& source, RecordWriter& target, ConvertSummary* summary,

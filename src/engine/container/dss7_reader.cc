@@ -182,7 +182,7 @@ class Dss7RecordFile final : public RecordFile {
       CatalogItem item;
       item.path = item.listed_path = info.path;
       item.type = info.type;
-      return ConvertRecord(*this, item, target.writer(), target_path);
+      return ConvertRecord(*this, item, target.writer(), target_path, &info);
     }
     dss7::DssFile& source = file_.dss();
     dss7::DssFile& into = same->file_.dss();

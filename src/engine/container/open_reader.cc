@@ -17,6 +17,7 @@ dss6::Options6 Dss6Options(const OpenOptions& options) {
   o.read_only = options.read_only;
   o.exclusive = options.exclusive;
   if (!options.program.empty()) o.program = options.program;
+  o.next_tag = options.next_record_tag;
   return o;
 }
 

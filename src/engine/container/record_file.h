@@ -7,6 +7,7 @@
 #define VARNOCK_ENGINE_CONTAINER_RECORD_FILE_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -73,6 +74,9 @@ struct OpenOptions {
   bool read_only = false;
   bool exclusive = false;  // hold the file alone while it is open
   std::string program;     // what the file records as the writer; empty: the file's default
+  // HECLIB's TAG option, for versions whose records carry tags (DSS-6): an explicit tag for
+  // the next new record, or false for the version's default tag.
+  std::function<bool(std::string*)> next_record_tag;
 };
 
 // Opens an existing file of either version for the routines (read-only when it cannot be
@@ -104,8 +108,9 @@ dss7::DssFile* Dss7FileOf(RecordFile& file);
 // blocks with missing values in the target's marker, paired data and text as they are.
 // kTypeMismatch when the record's kind has no form in the target's version; kInvalidArgument
 // when a series block holds no values.
+// `keep`, when given, is the source record's info: the target keeps what it has a place for.
 Status ConvertRecord(RecordReader& source, const CatalogItem& item, RecordWriter& target,
-                     std::string_view target_path);
+                     std::string_view target_path, const RecordInfo* keep = nullptr);
 
 }  // namespace varnock::engine::container
 

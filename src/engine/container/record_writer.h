@@ -28,6 +28,9 @@ class RecordWriter {
                                   const series::SeriesRead& block) = 0;
   virtual Status StorePaired(std::string_view path, const paired::PairedData& data) = 0;
   virtual Status StoreText(std::string_view path, const paired::TextData& data) = 0;
+  // The source record's stamps a copy keeps where this version has a place for them (DSS-6:
+  // version count and writer), for the stores that follow; null ends it. DSS-7 keeps none.
+  virtual void KeepStamps(const RecordInfo* /*source*/) {}
 };
 
 std::unique_ptr<RecordWriter> MakeDss7RecordWriter(dss7::DssFile& file);

@@ -48,6 +48,9 @@ struct Options6 {
   // Hold the file alone while open (HECLIB's EXCL): the open fails with kExclusiveLocked while
   // another process has it open. Any open fails so while another holds it alone.
   bool exclusive = false;
+  // HECLIB's TAG option: gives an explicit tag for the next new record, or returns false for
+  // HEC's default "T<n>". Asked once for every new record (not for copies and renames).
+  std::function<bool(std::string*)> next_tag;
 };
 
 // What a writer supplies for one record. Spans must stay valid during the call.
@@ -62,6 +65,7 @@ struct RecordData6 {
   int32_t quality_flag = 0;
   int32_t precision = 0;
   int32_t pseudo_interval = 0;  // minutes, irregular series stored from a "~" E part
+  std::string_view program;     // the writer stamped on the record; empty: the file's program
 };
 
 class Dss6File final : public container::Container {
@@ -125,6 +129,10 @@ class Dss6File final : public container::Container {
   // Copies a live record into `target` (which may be this file) under `target_path`, keeping its
   // tag, version and last-write time: kNotFound, kExists when the target has the path live.
   Status CopyRecord(std::string_view path, Dss6File& target, std::string_view target_path);
+  // What a record copied from a file of another version keeps of its source (HECLIB's ZCOREC):
+  // the writes that follow take its version count and writer, in place of a new record's 1 (a
+  // rewrite's old count + 1) and this file's program, until called with null.
+  void KeepStamps(const container::RecordInfo* source);
 
   // Container.
   int MajorVersion() const override { return 6; }
@@ -157,7 +165,7 @@ class Dss6File final : public container::Container {
   Status MarkReplaced(const Chain& chain);
   Status SetStatus(const Found& found, int32_t base_status);
   Status DeleteFound(const Found& found);
-  void Stamp(InfoBlock* info) const;
+  void Stamp(std::string_view program, InfoBlock* info) const;
   int64_t LockRecordByte() const;
   void TakeReadSlot();
   Status ClaimExclusivity();
@@ -176,6 +184,8 @@ class Dss6File final : public container::Container {
   int read_slot_ = -1;
   bool exclusive_ = false;  // we hold the exclusive lock byte
   std::vector<std::byte> scratch_;
+  int32_t kept_version_ = 0;  // 0: nothing kept
+  std::string kept_program_;
 };
 
 // Squeezes the file at `path`: every live record into a fresh file beside it, which then

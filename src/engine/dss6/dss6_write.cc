@@ -219,9 +219,15 @@ Status Dss6File::EndWrite(Status status) {
   return status;
 }
 
-void Dss6File::Stamp(InfoBlock* info) const {
+void Dss6File::KeepStamps(const container::RecordInfo* source) {
+  kept_version_ = source == nullptr ? 0 : std::clamp(source->version, 1, kMaxRecordVersion);
+  kept_program_ = source == nullptr ? std::string() : source->program;
+}
+
+void Dss6File::Stamp(std::string_view program, InfoBlock* info) const {
   DateTimeText(options_.clock ? options_.clock() : SystemLocalTime(), &info->date, &info->time);
-  info->program = options_.program.substr(0, info::kProgramChars);
+  if (program.empty()) program = kept_version_ > 0 ? kept_program_ : options_.program;
+  info->program = std::string(program.substr(0, info::kProgramChars));
 }
 
 Status Dss6File::WalkChain(const std::string& path, int32_t hash, bool for_write, Chain* out) {
@@ -358,8 +364,15 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
     info = source->info;
     entry = source->entry;
   } else {
+    std::string explicit_tag;
     if (mode == InsertMode::kCopy) {
       entry.tag = source->info.tag;
+    } else if (options_.next_tag && options_.next_tag(&explicit_tag)) {
+      // An explicit tag leaves the default-tag counter alone; control bytes become blanks.
+      for (char& c : explicit_tag) {
+        if (static_cast<unsigned char>(c) < 32) c = ' ';
+      }
+      entry.tag = explicit_tag.substr(0, 8);
     } else {
       Saturate(h, hdr::kTagSequence, 1);
       entry.tag = "T" + std::to_string(h[hdr::kTagSequence]);
@@ -371,7 +384,7 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
     info.quality_flag = data.quality_flag;
     info.precision = data.precision;
     info.logical_count = data.logical_count;
-    Stamp(&info);
+    Stamp(data.program, &info);
     entry.type = data.type;
     entry.logical_count = data.logical_count;
     entry.user_header_words = static_cast<int32_t>(data.user_header.size());
@@ -382,6 +395,8 @@ Status Dss6File::Insert(const std::string& path, const RecordData6& data, Insert
       info.program = source->info.program;
       info.date = source->info.date;
       info.time = source->info.time;
+    } else if (kept_version_ > 0) {
+      info.version = kept_version_;
     }
   }
   info.status = WithLong(entry_status::kLive, long_path);
@@ -447,12 +462,12 @@ Status Dss6File::DoRewrite(const Found& f, const RecordData6& data) {
   const int64_t old_words = int64_t{old.internal_header_words} + old.compression_header_words +
                             old.user_header_words + old.data_words + old.unused_words;
   InfoBlock info = old;
-  info.version = std::min(old.version + 1, kMaxRecordVersion);
+  info.version = kept_version_ > 0 ? kept_version_ : std::min(old.version + 1, kMaxRecordVersion);
   info.type = data.type;
   info.compression = data.compression;
   info.quality_flag = data.quality_flag;
   info.precision = data.precision;
-  Stamp(&info);
+  Stamp(data.program, &info);
   BinEntry entry = f.entry;
   entry.user_header_words = static_cast<int32_t>(data.user_header.size());
   entry.data_words = static_cast<int32_t>(data.data.size());

@@ -47,6 +47,7 @@ class Dss6RecordWriter final : public container::RecordWriter {
   Status StoreText(std::string_view path, const paired::TextData& data) override {
     return dss6::StoreText(file_, path, data);
   }
+  void KeepStamps(const container::RecordInfo* source) override { file_.KeepStamps(source); }
 
  private:
   Dss6File& file_;
@@ -146,7 +147,7 @@ class Dss6RecordFile final : public container::RecordFile {
     return DecodePaired(record_, out);
   }
   Status WritePaired(std::string_view path, const paired::PairedData& data, paired::WritePlan plan,
-                     std::string_view /*program: fixed for the file when it was opened*/) override {
+                     std::string_view program) override {
     container::RecordInfo info;
     const Status s = file_->Lookup(path, &info);
     if (s != Status::kOk && s != Status::kNotFound) return s;
@@ -156,7 +157,7 @@ class Dss6RecordFile final : public container::RecordFile {
     if (exists && info.type != type::kPairedFloat && info.type != type::kPairedDouble) {
       return Status::kTypeMismatch;
     }
-    return StorePaired(*file_, path, data);
+    return StorePaired(*file_, path, data, program);
   }
   Status CopyRecord(std::string_view path, container::RecordFile& target,
                     std::string_view target_path) override {
@@ -168,7 +169,7 @@ class Dss6RecordFile final : public container::RecordFile {
       container::CatalogItem item;
       item.path = item.listed_path = info.path;
       item.type = info.type;
-      return container::ConvertRecord(*this, item, target.writer(), target_path);
+      return container::ConvertRecord(*this, item, target.writer(), target_path, &info);
     }
     if (same == this && NormalisePath(path) == NormalisePath(target_path)) {
       // A record copied onto itself stays as it is.
@@ -190,6 +191,16 @@ class Dss6RecordFile final : public container::RecordFile {
                                    const series::ReadOptions& options) override {
     const series::SeriesStatus s = ReadRegularWindow(*file_, path, ToMinutes(start), count, out);
     if (options.floats) RoundToFloats(out);
+    return s;
+  }
+  series::SeriesStatus WholeBlock(std::string_view path, series::Instant* start,
+                                  int32_t* count) override {
+    Minutes first = 0;
+    int64_t slots = 0;
+    const series::SeriesStatus s = RegularBlockWindow(path, &first, &slots);
+    if (!s.ok()) return s;
+    *start = first * 60;
+    *count = static_cast<int32_t>(slots);
     return s;
   }
   series::SeriesStatus StoreRegular(const series::RegularStore& request) override {

@@ -424,7 +424,8 @@ Status StoreIrregular(Dss6File& file, const IrregularStore6& rq) {
   return Status::kOk;
 }
 
-Status StorePaired(Dss6File& file, std::string_view path, const paired::PairedData& pd) {
+Status StorePaired(Dss6File& file, std::string_view path, const paired::PairedData& pd,
+                   std::string_view program) {
   namespace ph = paired_header;
   const size_t rows = pd.rows();
   const auto m = static_cast<size_t>(pd.curve_count);
@@ -470,6 +471,7 @@ Status StorePaired(Dss6File& file, std::string_view path, const paired::PairedDa
   d.user_header = UserHeader(pd.user_header);
   d.logical_count = static_cast<int32_t>(data.size());
   d.precision = pd.precision;
+  d.program = program;
   return file.Store(path, d);
 }
 

@@ -51,7 +51,9 @@ struct IrregularStore6 : SeriesStore6 {
 // otherwise the file's status. Blocks are written one by one, each an independent record.
 Status StoreRegular(Dss6File& file, const RegularStore6& request);
 Status StoreIrregular(Dss6File& file, const IrregularStore6& request);
-Status StorePaired(Dss6File& file, std::string_view path, const paired::PairedData& data);
+// `program` names the writer when not empty (else the file's program).
+Status StorePaired(Dss6File& file, std::string_view path, const paired::PairedData& data,
+                   std::string_view program = {});
 Status StoreText(Dss6File& file, std::string_view path, const paired::TextData& data);
 
 // The internal-header and data words of one block, as HEC lays them out.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "engine/dates.h"
 #include "engine/dss6/records.h"
 #include "engine/dss6/slots.h"
 #include "engine/dss7/hash.h"
@@ -132,6 +133,21 @@ SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes st
   // Flags only when some block had them: the others read 0.
   if (out->quality_size == 0) out->quality.clear();
   if (out->blocks_found == 0) return {SeriesCode::kNotFound};
+  return {};
+}
+
+SeriesStatus RegularBlockWindow(std::string_view path, Minutes* start, int64_t* count) {
+  std::array<std::string_view, 6> parts;
+  if (!dss7::SplitParts(TrimTrailingBlanks(path), &parts)) return {SeriesCode::kBadPath};
+  const Interval6* iv = FindRegular(parts[4]);
+  Block irregular{};
+  if (iv == nullptr || FindIrregularBlock(parts[4], &irregular)) return {SeriesCode::kBadInterval};
+  const std::string_view d = TrimBlanks(parts[3]);
+  int32_t julian = 0;
+  if (d.size() < 5 || DateToJulian(d, 2000, &julian) != 0) return {SeriesCode::kBadTime};
+  const int32_t block = BlockStart(iv->block, julian);
+  *start = StandardMinutes(*iv, block, 0);
+  *count = ValuesPerBlock(*iv, block);
   return {};
 }
 

@@ -17,6 +17,9 @@ namespace varnock::engine::dss6 {
 // found. kNotFound when no block of the window exists.
 series::SeriesStatus ReadRegularWindow(Dss6File& file, std::string_view path, Minutes start,
                                        int64_t count, series::SeriesRead* out);
+// The whole DSS-6 block a regular path's D part names (a date of at least 5 characters): the
+// standard time of its first slot and its slot count (521 or 522 for weekly blocks).
+series::SeriesStatus RegularBlockWindow(std::string_view path, Minutes* start, int64_t* count);
 // Every value with first <= time <= last, from the blocks holding them (a "~" E part reads the
 // IR- blocks its interval picks). kNotFound when no block of the window exists.
 series::SeriesStatus ReadIrregularWindow(Dss6File& file, std::string_view path, Minutes first,

@@ -150,6 +150,52 @@ TEST(WindowTest, IrregularWindowsAcrossBlocksGiveHeclibsStatuses) {
   }
 }
 
+// ZRRTS without a date reads the whole block of the D part, in the file's own blocks: a DSS-6
+// weekly decade has 521 or 522 slots (from the Sunday on or before each decade start), DSS-7
+// always 521.
+TEST(WindowTest, WholeBlockReadCountsTheVersionsOwnSlots) {
+  struct Case {
+    int version;
+    const char* path;
+    const char* first_date;  // the first slot's standard time
+    const char* first_time;
+    int32_t slots;
+  };
+  const Case cases[] = {
+      {6, "/A/B/FLOW/01JAN2020/1WEEK/F/", "04JAN2020", "2400", 522},
+      {6, "/A/B/FLOW/01JAN1990/1WEEK/F/", "06JAN1990", "2400", 521},
+      {6, "/A/B/FLOW/15MAR2025/1WEEK/F/", "04JAN2020", "2400", 522},  // any day of the decade
+      {6, "/A/B/FLOW/01JAN2020/1DAY/F/", "01JAN2020", "2400", 366},
+      {6, "/A/B/FLOW/01FEB2021/1HOUR/F/", "01FEB2021", "0100", 672},
+      {6, "/A/B/FLOW/01JAN2020/1MON/F/", "31JAN2020", "2400", 120},
+      {7, "/A/B/FLOW/01JAN2020/1Week/F/", nullptr, nullptr, 521},
+      {7, "/A/B/FLOW/01JAN2020/1Day/F/", "01JAN2020", "2400", 366},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE("DSS-" + std::to_string(c.version) + " " + c.path);
+    auto file = NewFile(c.version);
+    const std::vector<float> stored = {1, 2, 3};
+    if (c.first_date != nullptr) {
+      ASSERT_EQ(series::ClassicStoreRegular(*file, c.path, c.first_date, c.first_time, 3,
+                                            stored.data(), "CFS", "INST-VAL", 0),
+                0);
+    }
+    std::vector<float> values(1000, 7.5f);
+    char units[8], type[8];
+    int32_t n = 1000, offset = -1;
+    const int32_t status =
+        series::ClassicReadRegular(*file, c.path, "", "", &n, values.data(), units, type, &offset);
+    EXPECT_EQ(n, c.slots);
+    if (c.first_date != nullptr) {
+      EXPECT_EQ(status, 1);
+      values.resize(4);
+      EXPECT_EQ(values, (std::vector<float>{1, 2, 3, kClassicMissing}));
+    } else {
+      EXPECT_EQ(status, 5);
+    }
+  }
+}
+
 // A DSS-6 window read asks for each block once and hands back the units of the last block
 // found; a record of another kind in the way is refused.
 TEST(WindowTest, RegularWindowReportsBlocksAndRefusesOtherKinds) {

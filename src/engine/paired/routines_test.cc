@@ -1,6 +1,7 @@
 // ZSPD and ZRPD through the C ABI, on copies of fixture7.dss and on new files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
@@ -215,6 +216,55 @@ TEST_F(PairedRoutines, StoredRecordsReadBackAndMatchHecs) {
   ASSERT_EQ(file->ReadRecord(kDoublePath, &ours), dss7::Status::kOk);
   EXPECT_EQ(ours.info.type, kPairedFloat);
   EXPECT_EQ(ours.areas, hec.areas);
+}
+
+void Set(std::string_view keyword, std::string_view text) {
+  int32_t number = 0;
+  ZSET_(keyword.data(), int32_t(keyword.size()), text.data(), int32_t(text.size()), &number);
+}
+
+// On a DSS-6 file, ZSPD stamps the program named when it writes (ZSET PROG after ZOPEN too),
+// and a new record takes the TAG set before it (once) or the file's next "T<n>"; a rewrite
+// keeps its tag.
+TEST(PairedRoutinesDss6, WritesCarryTheProgramAndTagSetBeforeThem) {
+  varnock::testing::TempFolder folder;
+  int32_t six = 6;
+  ZSET_("DSSV", 4, "", 0, &six);
+  Table t(folder.File("tags6.dss"));
+  struct Step {
+    const char* path;
+    const char* program;  // ZSET PROG before the write; null: none
+    const char* tag;      // ZSET TAG before the write; null: none
+    const char* stored_program;
+    const char* stored_tag;
+  };
+  const Step steps[] = {
+      {"/A/B/ELEV-FLOW///ONE/", nullptr, nullptr, "Undefi", "T1"},
+      {"/A/B/ELEV-FLOW///TWO/", "MYPROGRAM", "GAUGE 7", "MYPROG", "GAUGE 7"},
+      {"/A/B/ELEV-FLOW///THREE/", nullptr, nullptr, "MYPROG", "T2"},     // the tag was used up
+      {"/A/B/ELEV-FLOW///TWO/", "OTHER", "UNUSED", "OTHER", "GAUGE 7"},  // a rewrite keeps it
+      {"/A/B/ELEV-FLOW///FOUR/", nullptr, nullptr, "OTHER", "UNUSED"},   // ... for the next new
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(std::string(step.path) + " " + step.stored_tag);
+    if (step.program != nullptr) Set("PROG", step.program);
+    if (step.tag != nullptr) Set("TAG", step.tag);
+    Store s;
+    s.path = step.path;
+    ASSERT_EQ(s.Run(t), 0);
+    container::RecordFile* file = FileOfTable(t.words.data(), nullptr);
+    ASSERT_NE(file, nullptr);
+    container::RecordInfo info;
+    ASSERT_EQ(file->file().Lookup(step.path, &info), dss7::Status::kOk);
+    EXPECT_EQ(info.program, step.stored_program);
+    std::vector<container::CatalogItem> items;
+    ASSERT_EQ(file->file().Catalog(&items), dss7::Status::kOk);
+    const auto item = std::find_if(items.begin(), items.end(),
+                                   [&](const auto& c) { return c.path == step.path; });
+    ASSERT_NE(item, items.end());
+    EXPECT_EQ(item->tag.substr(0, item->tag.find_last_not_of(' ') + 1), step.stored_tag);
+  }
+  ResetOptions();
 }
 
 }  // namespace

@@ -146,7 +146,7 @@ int32_t ClassicReadRegular(SeriesFile& file, std::string_view path, std::string_
     if (!StartInstant(date, time, &start)) return fail(15);
   } else {
     int32_t block_count = 0;
-    if (!RegularBlockWindow(path, &start, &block_count).ok()) return fail(24);
+    if (!file.WholeBlock(path, &start, &block_count).ok()) return fail(24);
     count = std::min<int64_t>(block_count, wanted);
   }
   SeriesRead read;

@@ -33,6 +33,11 @@ class SeriesFile {
   virtual SeriesStatus ReadIrregular(std::string_view path, Instant first, Instant last,
                                      SeriesRead* out, const ReadOptions& options) = 0;
   virtual SeriesStatus StoreIrregular(const IrregularStore& request) = 0;
+  // The whole block named by the D part of a regular path, for a read without a window: the
+  // first slot's time and the block's slot count, in this version's blocks (DSS-7's by default).
+  virtual SeriesStatus WholeBlock(std::string_view path, Instant* start, int32_t* count) {
+    return RegularBlockWindow(path, start, count);
+  }
 };
 
 // The DSS-7 series layer over one file.
