@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "engine/dss7/dss_file.h"
-#include "engine/series/series.h"
+#include "engine/records/series/series.h"
 #include "varnock/varnock.h"
 
 namespace {

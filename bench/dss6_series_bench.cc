@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "engine/dates.h"
 #include "engine/dss6/dss6_file.h"
 #include "engine/dss6/intervals.h"
 #include "engine/dss6/records.h"
 #include "engine/dss6/store.h"
+#include "engine/rules/dates.h"
 
 namespace {
 

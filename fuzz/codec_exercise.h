@@ -12,11 +12,11 @@
 
 #include "engine/dss6/codec.h"
 #include "engine/dss6/records.h"
-#include "engine/paired/dump_lines.h"
-#include "engine/paired/location_codec.h"
-#include "engine/paired/paired_codec.h"
-#include "engine/paired/text_codec.h"
-#include "engine/series/record_codec.h"
+#include "engine/records/paired/dump_lines.h"
+#include "engine/records/paired/location_codec.h"
+#include "engine/records/paired/paired_codec.h"
+#include "engine/records/paired/text_codec.h"
+#include "engine/records/series/record_codec.h"
 #include "fuzz/record_image.h"
 
 namespace varnock::engine::fuzzing {

@@ -11,8 +11,8 @@
 #include "engine/dss6/store.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/memory_file_io.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/series.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/series.h"
 #include "fuzz/record_image.h"
 #include "fuzz/writes_exercise.h"
 

@@ -25,9 +25,9 @@
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/integrity.h"
 #include "engine/dss7/memory_file_io.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/record_codec.h"
-#include "engine/series/series.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/record_codec.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::engine::fuzzing {
 

@@ -13,9 +13,9 @@
 #include "common.h"
 #include "engine/container/record_file.h"
 #include "engine/dss7/posix_file_io.h"
-#include "engine/options.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/series.h"
+#include "engine/heclib/options.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::python {
 

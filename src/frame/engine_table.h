@@ -3,7 +3,7 @@
 #ifndef VARNOCK_FRAME_ENGINE_TABLE_H_
 #define VARNOCK_FRAME_ENGINE_TABLE_H_
 
-#include "engine/heclib_abi.h"
+#include "engine/heclib/heclib_abi.h"
 
 namespace varnock::frame {
 

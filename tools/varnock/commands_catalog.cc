@@ -6,7 +6,7 @@
 
 #include "cli.h"
 #include "engine/dss7/layout.h"
-#include "engine/options.h"
+#include "engine/heclib/options.h"
 
 namespace varnock::cli {
 

@@ -13,8 +13,8 @@
 
 #include "cli.h"
 #include "csv.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/series.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::cli {
 

@@ -12,8 +12,8 @@
 
 #include "cli.h"
 #include "csv.h"
-#include "engine/series/classic.h"
-#include "engine/series/series.h"
+#include "engine/records/series/classic.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::cli {
 

@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "cli.h"
-#include "engine/dates.h"
-#include "engine/series/time_axis.h"
+#include "engine/records/series/time_axis.h"
+#include "engine/rules/dates.h"
 
 namespace varnock::cli {
 

@@ -2,9 +2,9 @@
 
 #include "engine/container/record_file.h"
 #include "engine/container/record_writer.h"
-#include "engine/fixed_text.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/record_codec.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/record_codec.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::container {
 namespace {

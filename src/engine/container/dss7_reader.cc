@@ -6,7 +6,7 @@
 
 #include "engine/container/record_file.h"
 #include "engine/dss7/dss_file.h"
-#include "engine/paired/record_io.h"
+#include "engine/records/paired/record_io.h"
 
 namespace varnock::engine::container {
 namespace {

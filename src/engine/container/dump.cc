@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "engine/container/record_reader.h"
-#include "engine/dates.h"
-#include "engine/paired/dump_lines.h"
-#include "engine/series/record_codec.h"
+#include "engine/records/paired/dump_lines.h"
+#include "engine/records/series/record_codec.h"
+#include "engine/rules/dates.h"
 
 namespace varnock::engine::container {
 namespace {

@@ -14,8 +14,8 @@
 
 #include "engine/container/record_reader.h"
 #include "engine/container/record_writer.h"
-#include "engine/paired/record_io.h"
-#include "engine/series/classic.h"
+#include "engine/records/paired/record_io.h"
+#include "engine/records/series/classic.h"
 
 namespace varnock::engine::container {
 

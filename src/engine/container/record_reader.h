@@ -12,9 +12,9 @@
 #include "engine/container/container.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/file_io.h"
-#include "engine/paired/paired_codec.h"
-#include "engine/paired/text_codec.h"
-#include "engine/series/series.h"
+#include "engine/records/paired/paired_codec.h"
+#include "engine/records/paired/text_codec.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::engine::container {
 

@@ -10,7 +10,7 @@
 #include "engine/dss6/intervals.h"
 #include "engine/dss7/hash.h"
 #include "engine/dss7/posix_file_io.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 using internal::NoThrow;

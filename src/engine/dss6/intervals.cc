@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "engine/dates.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/dates.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {

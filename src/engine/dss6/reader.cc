@@ -5,7 +5,7 @@
 #include "engine/dss6/records.h"
 #include "engine/dss6/store.h"
 #include "engine/dss6/window.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {

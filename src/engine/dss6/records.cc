@@ -6,11 +6,11 @@
 #include <span>
 #include <vector>
 
-#include "engine/dates.h"
 #include "engine/dss6/compression.h"
 #include "engine/dss6/intervals.h"
 #include "engine/dss7/hash.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/dates.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {

@@ -14,9 +14,9 @@
 
 #include "engine/container/container.h"
 #include "engine/dss6/codec.h"
-#include "engine/paired/paired_codec.h"
-#include "engine/paired/text_codec.h"
-#include "engine/series/series.h"
+#include "engine/records/paired/paired_codec.h"
+#include "engine/records/paired/text_codec.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::engine::dss6 {
 

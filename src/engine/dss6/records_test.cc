@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/dates.h"
 #include "engine/dss6/intervals.h"
+#include "engine/rules/dates.h"
 
 namespace varnock::engine::dss6 {
 namespace {

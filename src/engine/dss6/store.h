@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "engine/dss6/dss6_file.h"
-#include "engine/paired/paired_codec.h"
-#include "engine/paired/text_codec.h"
+#include "engine/records/paired/paired_codec.h"
+#include "engine/records/paired/text_codec.h"
 
 namespace varnock::engine::dss6 {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/dates.h"
 #include "engine/dss6/records.h"
 #include "engine/dss7/test_support.h"
+#include "engine/rules/dates.h"
 #include "tests/support/fixture_path.h"
 
 namespace varnock::engine::dss6 {

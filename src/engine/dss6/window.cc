@@ -5,11 +5,11 @@
 #include <cstring>
 #include <string>
 
-#include "engine/dates.h"
 #include "engine/dss6/records.h"
 #include "engine/dss6/slots.h"
 #include "engine/dss7/hash.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/dates.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss6 {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "engine/dss6/dss6_file.h"
 #include "engine/dss6/store.h"
-#include "engine/series/series.h"
+#include "engine/records/series/series.h"
 
 namespace varnock::engine::dss6 {
 

@@ -7,7 +7,7 @@
 
 #include "engine/container/record_file.h"
 #include "engine/dss7/memory_file_io.h"
-#include "engine/series/classic.h"
+#include "engine/records/series/classic.h"
 
 namespace varnock::engine::dss6 {
 namespace {

@@ -5,7 +5,7 @@
 #include "engine/dss7/dss_file.h"
 #include "engine/dss7/dss_file_internal.h"
 #include "engine/dss7/hash.h"
-#include "engine/fixed_text.h"
+#include "engine/rules/fixed_text.h"
 
 namespace varnock::engine::dss7 {
 namespace {
