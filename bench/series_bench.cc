@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/class_store_timing.h"
 #include "engine/dss7/dss_file.h"
 #include "engine/records/series/series.h"
 #include "varnock/varnock.h"
@@ -251,22 +252,7 @@ void BM_ClassStore(benchmark::State& state) {
   const auto path = BenchFolder() / "class_store.dss";
   const double raw = RawSeconds(shape, true);
   auto ts = ClassSeries(shape);
-  std::chrono::steady_clock::duration spent{};
-  for (auto _ : state) {
-    state.PauseTiming();
-    std::filesystem::remove(path);
-    auto db = std::make_shared<varnock::DSSDatabase>();
-    db->Name(path.string());
-    db->Connect(true);
-    state.ResumeTiming();
-    const auto begin = std::chrono::steady_clock::now();
-    for (int64_t i = 0; i < shape.series_count; ++i) {
-      ts->Pathname()->Bpart("LOC" + std::to_string(i));
-      ts->Store(db);
-    }
-    db->Disconnect();
-    spent += std::chrono::steady_clock::now() - begin;
-  }
+  const auto spent = TimeClassStores(state, path, shape.series_count, *ts);
   Report(state, shape, raw, spent);
 }
 
