@@ -41,7 +41,7 @@ void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words) {
   const size_t n = values.size();
   if constexpr (std::endian::native == std::endian::little) {
     const size_t whole = std::min(n / 2, words.size());
-    std::memcpy(words.data(), values.data(), whole * 8);
+    if (whole > 0) std::memcpy(words.data(), values.data(), whole * 8);
     if (n % 2 != 0 && whole < words.size()) words[whole] = PackPair(values[n - 1], 0);
     return;
   }
@@ -54,7 +54,8 @@ void PackInt32s(std::span<const int32_t> values, std::span<int64_t> words) {
 
 void UnpackInt32s(std::span<const int64_t> words, std::span<int32_t> values) {
   if constexpr (std::endian::native == std::endian::little) {
-    std::memcpy(values.data(), words.data(), std::min(values.size() * 4, words.size() * 8));
+    const size_t bytes = std::min(values.size() * 4, words.size() * 8);
+    if (bytes > 0) std::memcpy(values.data(), words.data(), bytes);
     return;
   }
   for (size_t i = 0; i < values.size() && i / 2 < words.size(); ++i) {
