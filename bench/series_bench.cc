@@ -163,8 +163,10 @@ std::unique_ptr<dss7::DssFile> OpenReadOnly(const std::filesystem::path& path) {
   return file;
 }
 
+// Second argument: records per write batch (0: plain stores).
 void BM_EngineStore(benchmark::State& state) {
   const Shape shape = kShapes[state.range(0)];
+  const auto batch = static_cast<int>(state.range(1));
   const auto path = BenchFolder() / "engine_store.dss";
   const auto values = Values(shape.values_per_series);
   const double raw = RawSeconds(shape, true);
@@ -174,25 +176,7 @@ void BM_EngineStore(benchmark::State& state) {
     auto file = NewFile(path, shape);
     state.ResumeTiming();
     const auto begin = std::chrono::steady_clock::now();
-    StoreAll(*file, shape, values);
-    file->Close();
-    spent += std::chrono::steady_clock::now() - begin;
-  }
-  Report(state, shape, raw, spent);
-}
-
-void BM_EngineStoreBatched(benchmark::State& state) {
-  const Shape shape = kShapes[state.range(0)];
-  const auto path = BenchFolder() / "engine_store.dss";
-  const auto values = Values(shape.values_per_series);
-  const double raw = RawSeconds(shape, true);
-  std::chrono::steady_clock::duration spent{};
-  for (auto _ : state) {
-    state.PauseTiming();
-    auto file = NewFile(path, shape);
-    state.ResumeTiming();
-    const auto begin = std::chrono::steady_clock::now();
-    StoreAll(*file, shape, values, 100);
+    StoreAll(*file, shape, values, batch);
     file->Close();
     spent += std::chrono::steady_clock::now() - begin;
   }
@@ -514,8 +498,10 @@ void RatioTable(int reps, const std::string& only) {
 // Argument 0: 200 x 8760 values; argument 1: 2000 x 744 values.
 BENCHMARK(BM_RawWrite)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RawRead)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_EngineStore)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(2);
-BENCHMARK(BM_EngineStoreBatched)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_EngineStore)
+    ->ArgsProduct({{0, 1}, {0, 100}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
 BENCHMARK(BM_EngineRetrieve)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_EngineCatalog)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ClassStore)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(2);
